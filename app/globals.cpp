@@ -1,0 +1,5 @@
+#include "app/globals.h"
+
+TUsbDevCommand *gUsbDevCommand = nullptr;
+QString gImagesPath;
+int gLanguage = 0;

@@ -1,0 +1,59 @@
+#include "app/startup.h"
+
+#include "app/globals.h"
+#include "app/userdialogs.h"
+#include "shell/tmainwidget.h"
+
+#include <QApplication>
+#include <QFont>
+#include <QSettings>
+#include <QTranslator>
+
+namespace Startup {
+
+QString programFolder(const QString &applicationDirPath)
+{
+    QString folder = applicationDirPath;
+    if (!folder.isEmpty() && !folder.endsWith(QLatin1Char('/')) && !folder.endsWith(QLatin1Char('\\')))
+        folder += QLatin1Char('/');
+    return folder;
+}
+
+void applyLanguage(QApplication &app, const QString &folder, QSettings &settings)
+{
+    if (settings.value(QStringLiteral("language"), QStringLiteral("en")).toString() == QLatin1String("cn")) {
+        const int size = settings.value(QStringLiteral("fontSize_cn"), 10).toInt();
+        app.setFont(QFont(QStringLiteral("微软雅黑"), size));
+        // The translator lives as long as the application.
+        auto *translator = new QTranslator(&app);
+        if (translator->load(folder + QStringLiteral("language-cn"))) {
+            QCoreApplication::installTranslator(translator);
+            gLanguage = 1;
+            return;
+        }
+        delete translator;
+        UserDialogs::information(nullptr, QStringLiteral("Message"),
+                                 QStringLiteral("Load language-cn.qm failed!"));
+    }
+    const int size = settings.value(QStringLiteral("fontSize_en"), 12).toInt();
+    QFont font = QApplication::font();
+    font.setFamily(QFont().defaultFamily());
+    font.setPointSize(size);
+    app.setFont(font);
+    gLanguage = 0;
+}
+
+int run(QApplication &app)
+{
+    const QString folder = programFolder(QCoreApplication::applicationDirPath());
+    QSettings settings(folder + QStringLiteral("settings.ini"), QSettings::IniFormat);
+    settings.beginGroup(QStringLiteral("General"));
+    applyLanguage(app, folder, settings);
+
+    QApplication::setQuitOnLastWindowClosed(true);
+    TMainWidget window;
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace Startup

@@ -1,0 +1,16 @@
+#include "boardlink/global.h"
+
+#include "app/globals.h"
+#include "boardlink/tusbdevcommand.h"
+
+void Global::connectUSBSlots(QObject *view)
+{
+    QObject *board = gUsbDevCommand;
+    QObject::connect(board, SIGNAL(Connected(bool)), view, SLOT(USBConnected(bool)));
+    QObject::connect(board, SIGNAL(ReportLog(int, QString)), view, SLOT(USBReportLog(int, QString)));
+    QObject::connect(board, SIGNAL(SendFinished(bool)), view, SLOT(USBSendFinished(bool)));
+    QObject::connect(board, SIGNAL(SendMaxSize(int)), view, SLOT(USBSendMaxSize(int)));
+    QObject::connect(board, SIGNAL(SendCurrentPos(int)), view, SLOT(USBSendCurrentPos(int)));
+    QObject::connect(board, SIGNAL(NewDeviceAttached(QString)), view, SLOT(USBNewDeviceAttached(QString)));
+    QObject::connect(board, SIGNAL(CpuRecognized()), view, SLOT(CpuRecognized()));
+}

@@ -1,0 +1,115 @@
+#include "boardlink/tusbdevice.h"
+
+#include "boardlink/usbtransport.h"
+
+#include <QTimerEvent>
+
+namespace {
+constexpr int kPollPeriodMs = 1000;
+constexpr int kReplyCapacity = 512;
+}
+
+TUsbDevice::TUsbDevice(QObject *parent)
+    : QObject(parent), link(std::make_shared<UsbDevfsTransport>())
+{
+    Start();
+}
+
+TUsbDevice::~TUsbDevice()
+{
+    if (link)
+        link->close();
+    Stop();
+}
+
+void TUsbDevice::Start()
+{
+    if (timerId == 0)
+        timerId = startTimer(kPollPeriodMs);
+}
+
+void TUsbDevice::Stop()
+{
+    if (timerId != 0) {
+        killTimer(timerId);
+        timerId = 0;
+    }
+}
+
+void TUsbDevice::ReportLogWithCheck(int level, const QString &text)
+{
+    if (!quiet)
+        Q_EMIT ReportLog(level, text);
+}
+
+bool TUsbDevice::isConnected() const
+{
+    return link && link->isOpen();
+}
+
+void TUsbDevice::setTransport(std::shared_ptr<UsbTransport> transport)
+{
+    if (link)
+        link->close();
+    link = std::move(transport);
+}
+
+QByteArray TUsbDevice::Run(const QByteArray &data, bool reportErrors)
+{
+    if (!isConnected()) {
+        ReportLogWithCheck(1, QStringLiteral("USB Cable not Connected or else error"));
+        return QByteArray();
+    }
+
+    if (link->write(data.constData(), int(data.size())) < 0) {
+        if (reportErrors)
+            ReportLogWithCheck(1, QStringLiteral("Write USB Error"));
+        dropConnection();
+        return QByteArray();
+    }
+
+    char buffer[kReplyCapacity] = {};
+    const int n = link->read(buffer, kReplyCapacity);
+    if (n >= 0)
+        return QByteArray(buffer, n);
+
+    ReportLogWithCheck(1, QStringLiteral("Read USB Error"));
+    dropConnection();
+    return QByteArray();
+}
+
+void TUsbDevice::dropConnection()
+{
+    link->close();
+    Q_EMIT Connected(false);
+}
+
+void TUsbDevice::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != timerId) {
+        QObject::timerEvent(event);
+        return;
+    }
+    pollBoard();
+}
+
+void TUsbDevice::pollBoard()
+{
+    if (!link)
+        return;
+    if (!link->isOpen()) {
+        if (!link->open())
+            return;
+        quiet = false;
+        // The boot loader wants three of these before it takes commands; what it says
+        // back does not matter.
+        for (int i = 0; i < 3; ++i)
+            Run(QByteArrayLiteral("SKIPINFO"), true);
+        Q_EMIT Connected(true);
+        return;
+    }
+    if (IsBusy())
+        return;
+    // Only here to notice a board that has gone; Run reports that as Connected(false).
+    Run(QByteArrayLiteral("GETINFO"), false);
+}

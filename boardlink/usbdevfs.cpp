@@ -1,0 +1,359 @@
+#include "boardlink/usbdevfs.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/usb/ch9.h>
+#include <linux/usbdevice_fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kMaxTransfer = 16384;
+constexpr int kReadAttempts = 6;
+constexpr size_t kDescriptorCapacity = 1024;
+
+int systemOpen(const char *path, int flags)
+{
+    return ::open(path, flags);
+}
+
+ssize_t systemRead(int fd, void *buf, size_t count)
+{
+    return ::read(fd, buf, count);
+}
+
+int systemClose(int fd)
+{
+    return ::close(fd);
+}
+
+int systemIoctl(int fd, unsigned long request, void *arg)
+{
+    return ::ioctl(fd, request, arg);
+}
+
+void systemSleep(unsigned seconds)
+{
+    ::sleep(seconds);
+}
+
+const UsbSystemCalls kSystemCalls = {"/dev/bus/usb", systemOpen, systemRead, systemClose,
+                                     systemIoctl, systemSleep};
+
+UsbSystemCalls &calls()
+{
+    static UsbSystemCalls current = kSystemCalls;
+    return current;
+}
+
+bool allDigits(const char *name)
+{
+    if (*name == '\0')
+        return false;
+    for (; *name; ++name) {
+        if (!isdigit(static_cast<unsigned char>(*name)))
+            return false;
+    }
+    return true;
+}
+
+// Reads the serial number string descriptor; the text keeps the low byte of each
+// UTF-16 unit, which is all a boot loader's serial ever uses.
+void readSerial(int fd, uint8_t index, char *serial, size_t capacity)
+{
+    unsigned char buffer[256];
+    memset(buffer, 0, sizeof buffer);
+
+    usbdevfs_ctrltransfer ctrl;
+    memset(&ctrl, 0, sizeof ctrl);
+    ctrl.bRequestType = USB_DIR_IN | USB_TYPE_STANDARD | USB_RECIP_DEVICE;
+    ctrl.bRequest = USB_REQ_GET_DESCRIPTOR;
+    ctrl.wValue = (USB_DT_STRING << 8) | index;
+    ctrl.wIndex = 0;
+    ctrl.wLength = sizeof buffer;
+    ctrl.data = buffer;
+    ctrl.timeout = 50;
+
+    const int n = calls().ioctl(fd, USBDEVFS_CONTROL, &ctrl);
+    if (n <= 0)
+        return;
+    const int count = n > int(sizeof buffer) ? int(sizeof buffer) : n;
+    size_t out = 0;
+    for (int unit = 1; unit < count / 2 && out + 1 < capacity; ++unit)
+        serial[out++] = char(buffer[unit * 2]);
+    serial[out] = '\0';
+}
+
+// Looks at one device node; returns the claimed handle when an interface is accepted.
+usb_handle *examineDevice(const char *devname, ifc_match_func callback)
+{
+    usb_ifc_info info;
+    memset(&info, 0, sizeof info);
+
+    int fd = calls().open(devname, O_RDWR);
+    if (fd < 0) {
+        fd = calls().open(devname, O_RDONLY);
+        if (fd < 0)
+            return nullptr;
+        info.node_writable = 0;
+    } else {
+        info.node_writable = 1;
+    }
+
+    unsigned char desc[kDescriptorCapacity];
+    const ssize_t got = calls().read(fd, desc, sizeof desc);
+    const size_t total = got > 0 ? size_t(got) : 0;
+
+    // The node holds the device descriptor and then the active configuration.
+    const auto *device = reinterpret_cast<const usb_device_descriptor *>(desc);
+    if (total < USB_DT_DEVICE_SIZE || device->bLength < USB_DT_DEVICE_SIZE || device->bLength > total
+        || device->bDescriptorType != USB_DT_DEVICE) {
+        calls().close(fd);
+        return nullptr;
+    }
+    size_t pos = device->bLength;
+    const size_t afterDevice = total - pos;
+    const auto *config = reinterpret_cast<const usb_config_descriptor *>(desc + pos);
+    if (afterDevice <= 8 || config->bLength < USB_DT_CONFIG_SIZE || config->bLength > afterDevice
+        || config->bDescriptorType != USB_DT_CONFIG) {
+        calls().close(fd);
+        return nullptr;
+    }
+    pos += config->bLength;
+
+    info.vendor_id = uint16_t(desc[8] | (desc[9] << 8));
+    info.product_id = uint16_t(desc[10] | (desc[11] << 8));
+    info.device_class = device->bDeviceClass;
+    info.device_subclass = device->bDeviceSubClass;
+    info.device_protocol = device->bDeviceProtocol;
+    if (device->iSerialNumber != 0)
+        readSerial(fd, device->iSerialNumber, info.serial, sizeof info.serial);
+
+    for (int i = 0; i < config->bNumInterfaces; ++i) {
+        const size_t left = total - pos;
+        const auto *ifc = reinterpret_cast<const usb_interface_descriptor *>(desc + pos);
+        if (left < USB_DT_INTERFACE_SIZE || ifc->bLength < USB_DT_INTERFACE_SIZE || ifc->bLength > left
+            || ifc->bDescriptorType != USB_DT_INTERFACE)
+            break;
+        pos += ifc->bLength;
+
+        info.interface_class = ifc->bInterfaceClass;
+        info.interface_subclass = ifc->bInterfaceSubClass;
+        info.interface_protocol = ifc->bInterfaceProtocol;
+
+        unsigned char in = 0;
+        unsigned char out = 0;
+        for (int e = 0; e < ifc->bNumEndpoints; ++e) {
+            const size_t remaining = total - pos;
+            const auto *ept = reinterpret_cast<const usb_endpoint_descriptor *>(desc + pos);
+            if (remaining < USB_DT_ENDPOINT_SIZE || ept->bLength < USB_DT_ENDPOINT_SIZE
+                || ept->bLength > remaining || ept->bDescriptorType != USB_DT_ENDPOINT)
+                break;
+            pos += ept->bLength;
+            if ((ept->bmAttributes & USB_ENDPOINT_XFERTYPE_MASK) != USB_ENDPOINT_XFER_BULK)
+                continue;
+            if (ept->bEndpointAddress & USB_ENDPOINT_DIR_MASK)
+                in = ept->bEndpointAddress;
+            else
+                out = ept->bEndpointAddress;
+        }
+        info.bulk_in_present = in != 0;
+        info.bulk_out_present = out != 0;
+
+        if (callback(&info) != 0)
+            continue;
+
+        auto *handle = static_cast<usb_handle *>(calloc(1, sizeof(usb_handle)));
+        if (!handle)
+            break;
+        snprintf(handle->fname, sizeof handle->fname, "%s", devname);
+        handle->desc = fd;
+        handle->ep_in = in;
+        handle->ep_out = out;
+
+        unsigned int interfaceNumber = ifc->bInterfaceNumber;
+        if (calls().ioctl(fd, USBDEVFS_CLAIMINTERFACE, &interfaceNumber) != 0) {
+            // Somebody else holds it (or the node is read-only): try the next device.
+            calls().close(fd);
+            free(handle);
+            return nullptr;
+        }
+        return handle;
+    }
+
+    calls().close(fd);
+    return nullptr;
+}
+
+// "%s/%s" into a 64-character path; false when it does not fit.
+bool joinPath(char (&out)[64], const char *dir, const char *name)
+{
+    const size_t dirLen = strlen(dir);
+    const size_t nameLen = strlen(name);
+    if (dirLen + 1 + nameLen >= sizeof out)
+        return false;
+    memcpy(out, dir, dirLen);
+    out[dirLen] = '/';
+    memcpy(out + dirLen + 1, name, nameLen + 1);
+    return true;
+}
+
+usb_handle *find_usb_device(const char *base, ifc_match_func callback)
+{
+    DIR *busdir = opendir(base);
+    if (!busdir)
+        return nullptr;
+
+    usb_handle *found = nullptr;
+    while (!found) {
+        const dirent *bus = readdir(busdir);
+        if (!bus)
+            break;
+        if (!allDigits(bus->d_name))
+            continue;
+
+        char buspath[64];
+        if (!joinPath(buspath, base, bus->d_name))
+            continue;
+        DIR *devdir = opendir(buspath);
+        if (!devdir)
+            continue;
+
+        while (!found) {
+            const dirent *dev = readdir(devdir);
+            if (!dev)
+                break;
+            if (!allDigits(dev->d_name))
+                continue;
+            char devname[64];
+            if (!joinPath(devname, buspath, dev->d_name))
+                continue;
+            found = examineDevice(devname, callback);
+        }
+        closedir(devdir);
+    }
+    closedir(busdir);
+    return found;
+}
+
+int bulk(int fd, unsigned char endpoint, void *data, int len)
+{
+    usbdevfs_bulktransfer transfer;
+    memset(&transfer, 0, sizeof transfer);
+    transfer.ep = endpoint;
+    transfer.len = unsigned(len);
+    transfer.timeout = 0; // no time-out: the boot loader answers every command
+    transfer.data = data;
+    return calls().ioctl(fd, USBDEVFS_BULK, &transfer);
+}
+
+} // namespace
+
+const UsbSystemCalls &usb_system_calls()
+{
+    return calls();
+}
+
+void usb_set_system_calls(const UsbSystemCalls &newCalls)
+{
+    calls() = newCalls;
+}
+
+void usb_reset_system_calls()
+{
+    calls() = kSystemCalls;
+}
+
+int match_android_fastboot_driver(usb_ifc_info *info)
+{
+    static const uint16_t vendors[] = {0x8087, 0x18d1, 0x0451, 0x0502, 0x0fce, 0x05c6,
+                                       0x22b8, 0x0955, 0x413c, 0x2314, 0x0b05, 0x0bb4};
+    bool known = false;
+    for (uint16_t vendor : vendors)
+        known = known || info->vendor_id == vendor;
+    if (!known)
+        return -1;
+    if (info->interface_class != 0xff || info->interface_subclass != 0x42 || info->interface_protocol != 0x03)
+        return -1;
+    return 0;
+}
+
+usb_handle *usb_open(ifc_match_func callback)
+{
+    return find_usb_device(calls().root, callback);
+}
+
+int usb_write(usb_handle *h, const void *data, int len)
+{
+    if (h->ep_out == 0)
+        return -1;
+
+    if (len == 0) {
+        const int n = bulk(h->desc, h->ep_out, const_cast<void *>(data), 0);
+        if (n != 0) {
+            fprintf(stderr, "ERROR: n = %d, errno = %d (%s)\n", n, errno, strerror(errno));
+            return -1;
+        }
+        return 0;
+    }
+
+    const auto *bytes = static_cast<const unsigned char *>(data);
+    int count = 0;
+    while (len > 0) {
+        const int piece = len > kMaxTransfer ? kMaxTransfer : len;
+        const int n = bulk(h->desc, h->ep_out, const_cast<unsigned char *>(bytes), piece);
+        if (n != piece)
+            return -1;
+        count += n;
+        len -= n;
+        bytes += n;
+    }
+    return count;
+}
+
+int usb_read(usb_handle *h, void *data, int len)
+{
+    if (h->ep_in == 0)
+        return -1;
+    auto *bytes = static_cast<unsigned char *>(data);
+    int count = 0;
+    while (len > 0) {
+        const int piece = len > kMaxTransfer ? kMaxTransfer : len;
+        int n = -1;
+        for (int attempt = 1; attempt <= kReadAttempts; ++attempt) {
+            n = bulk(h->desc, h->ep_in, bytes, piece);
+            if (n >= 0)
+                break;
+            if (attempt == kReadAttempts)
+                return -1;
+            calls().sleep_seconds(1);
+        }
+        count += n;
+        len -= n;
+        bytes += n;
+        if (n < piece)
+            break;
+    }
+    return count;
+}
+
+int usb_close(usb_handle *h)
+{
+    const int fd = h->desc;
+    h->desc = -1;
+    if (fd >= 0)
+        calls().close(fd);
+    return 0;
+}
+
+void usb_kick(usb_handle *h)
+{
+    usb_close(h);
+}

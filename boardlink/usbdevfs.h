@@ -1,0 +1,62 @@
+#pragma once
+// Access to the boot loader's download interface through the Linux USB file system
+// (usbdevfs), without any USB library. Free functions over a small handle record.
+
+#include <cstddef>
+#include <cstdint>
+#include <sys/types.h>
+
+struct usb_ifc_info {
+    uint16_t vendor_id;
+    uint16_t product_id;
+
+    uint8_t device_class;
+    uint8_t device_subclass;
+    uint8_t device_protocol;
+
+    uint8_t interface_class;
+    uint8_t interface_subclass;
+    uint8_t interface_protocol;
+
+    uint8_t bulk_in_present;
+    uint8_t bulk_out_present;
+
+    uint8_t node_writable;
+
+    char serial[256];
+};
+
+struct usb_handle {
+    char fname[64];
+    int desc;
+    unsigned char ep_in;
+    unsigned char ep_out;
+};
+
+// Returns 0 to accept an interface, -1 to reject it.
+typedef int (*ifc_match_func)(usb_ifc_info *ifc);
+
+usb_handle *usb_open(ifc_match_func callback);
+int usb_close(usb_handle *h);
+int usb_write(usb_handle *h, const void *data, int len);
+int usb_read(usb_handle *h, void *data, int len);
+void usb_kick(usb_handle *h);
+
+// The boot loader's download interface: one of the known vendors, class 0xff,
+// subclass 0x42, protocol 0x03.
+int match_android_fastboot_driver(usb_ifc_info *info);
+
+// The operating-system calls this layer makes. Tests replace them to search a folder of
+// crafted descriptor files, to make a claim succeed or fail, or to script bulk transfers.
+struct UsbSystemCalls {
+    const char *root;                                            // "/dev/bus/usb"
+    int (*open)(const char *path, int flags);
+    ssize_t (*read)(int fd, void *buf, size_t count);
+    int (*close)(int fd);
+    int (*ioctl)(int fd, unsigned long request, void *arg);
+    void (*sleep_seconds)(unsigned seconds);                     // between read attempts
+};
+
+const UsbSystemCalls &usb_system_calls();
+void usb_set_system_calls(const UsbSystemCalls &calls);
+void usb_reset_system_calls();
