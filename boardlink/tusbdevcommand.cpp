@@ -145,6 +145,7 @@ void TUsbDevCommand::SendFile(const char *tag, QString path, bool inMemory)
 void TUsbDevCommand::Send(const char *tag)
 {
     busy = true;
+    leaveConfirmed = false;
     if (!source->open(QIODevice::ReadOnly) || source->size() == 0) {
         fail(QStringLiteral("Cannot open file"));
         return;
@@ -190,9 +191,11 @@ void TUsbDevCommand::SendLoop()
 
 void TUsbDevCommand::WaitDevIdle()
 {
-    if (boardLeaves) {
+    if (boardLeaves && !leaveConfirmed) {
         // A user bin started from RAM takes the board out of download mode: the data
         // is in, which is all we can confirm, and what follows is the board rebooting.
+        // Said once per transfer, however many rounds the idle poll takes.
+        leaveConfirmed = true;
         quiet = true;
         Q_EMIT SendFinished(true);
     }

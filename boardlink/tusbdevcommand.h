@@ -99,6 +99,7 @@ private:
     QIODevice *source = nullptr;
     bool busy = false;
     bool boardLeaves = false;
+    bool leaveConfirmed = false; // the early outcome of a leaving transfer was given
     TBoardCPU cpu = CPU_Unknown;
     TOS os = OS_None;
     int packetSize = 63;

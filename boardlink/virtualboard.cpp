@@ -7,6 +7,7 @@ namespace {
 const char *const kDownloadTags[] = {"hlvn", "kern", "rmdk", "cmdl", "fsig", "ufsi", "lfsi",
                                      "fuig", "celg", "cenk", "ubin", "rbin"};
 const char *const kFormatTags[] = {"lfmt", "fmtu", "fmtl"};
+const QByteArray kGarbage("\xfe\x13?x\x00\x81", 6);
 
 template <size_t N>
 bool isOneOf(const QByteArray &tag, const char *const (&list)[N])
@@ -151,6 +152,12 @@ int VirtualBoard::write(const char *data, int len)
 {
     if (!opened || !present)
         return -1;
+    if (currentFault == Fault::VanishAfterPackets && state == State::Receiving && packetsAccepted >= faultPacket) {
+        flushPacketRun();
+        trace(QStringLiteral("> (%1 bytes, not taken)").arg(len));
+        unplug();
+        return -1;
+    }
     if (len > 0 && data[0] == 'A' && state == State::Receiving) {
         pendingReply = answerPacket(data + 1, len - 1);
     } else {
@@ -186,18 +193,21 @@ int VirtualBoard::read(char *buffer, int len)
 
 QByteArray VirtualBoard::answer(const QByteArray &command)
 {
-    const bool downloadRunning = state != State::Idle;
-    if (downloadRunning && currentFault == Fault::GarbageReply)
-        return QByteArray("\xfe\x13?x", 4);
-    if (downloadRunning && currentFault == Fault::ShortReply)
-        return QByteArray("1");
-
     if (command == "SKIPINFO") {
         ++greetings;
         return QByteArray("O");
     }
-    if (command == "GETINFO")
+    if (command == "GETINFO") {
+        if (state == State::Writing && currentFault == Fault::GarbageIdleReply) {
+            state = State::Idle;
+            return kGarbage;
+        }
+        if (state == State::Writing && currentFault == Fault::ShortIdleReply) {
+            state = State::Idle;
+            return QByteArray("1");
+        }
         return answerIdlePoll();
+    }
     if (command.size() == 7 && command.startsWith("GETHW ") && command.at(6) >= '0' && command.at(6) <= '9') {
         const int index = command.at(6) - '0';
         if (index < hwLines.size())
@@ -213,6 +223,10 @@ QByteArray VirtualBoard::answerKova(const QByteArray &command)
 {
     const QList<QByteArray> parts = command.split(' ');
     const QByteArray tag = parts.value(1);
+    // A new command abandons a download that was broken off; a board busy writing to
+    // flash takes nothing new until it is done.
+    if (state == State::Receiving)
+        state = State::Idle;
     const bool idle = state == State::Idle;
 
     if (parts.size() == 3 && isOneOf(tag, kFormatTags) && parts.at(2).isEmpty()) {
@@ -242,6 +256,8 @@ QByteArray VirtualBoard::answerKova(const QByteArray &command)
     const qint64 size = sizeText.toLongLong(&ok, 16);
     if (!ok || size <= 0 || sizeText != QByteArray::number(size, 16) || currentFault == Fault::RefuseHeader)
         return QByteArray("E");
+    if (currentFault == Fault::ShortHeaderReply)
+        return QByteArray();
 
     state = State::Receiving;
     currentTag = tag;
@@ -269,16 +285,8 @@ QByteArray VirtualBoard::answerPacket(const char *data, int len)
         return reply;
     };
 
-    if (currentFault == Fault::VanishAfterPackets && packetsAccepted >= faultPacket) {
-        flushPacketRun();
-        trace(QStringLiteral("> A[%1 bytes] #%2").arg(len).arg(number));
-        unplug();
-        return QByteArray();
-    }
-    if (currentFault == Fault::GarbageReply)
-        return refuse(QByteArray("\xfe\x13?x", 4));
-    if (currentFault == Fault::ShortReply)
-        return refuse(QByteArray());
+    if (currentFault == Fault::GarbagePacketReply)
+        return refuse(kGarbage);
     if (currentFault == Fault::RefusePacket && number == faultPacket)
         return refuse(QByteArray("E"));
     if (len <= 0 || received + len > announced)

@@ -25,11 +25,13 @@ public:
     enum class Fault {
         None,
         RefuseHeader,       // answers "E" to every "KOVA <tag> <size>" header
+        ShortHeaderReply,   // answers nothing (a zero-length packet) to every header
         RefusePacket,       // answers "E" to data packet number faultPacket (1-based)
-        GarbageReply,       // answers binary garbage to every command once a download runs
-        ShortReply,         // answers a single byte to every command once a download runs
+        GarbagePacketReply, // answers binary garbage to every data packet
         BigOOnLastPacket,   // answers "O" instead of "o" to the packet that completes the data
         VanishAfterPackets, // disappears from the bus once faultPacket packets were accepted
+        GarbageIdleReply,   // answers binary garbage to the idle poll after a download
+        ShortIdleReply,     // answers a single "1" to the idle poll after a download
         RefuseCommands,     // answers "E" to format, LCD type and user-bin address
     };
 
