@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include <dirent.h>
+#include <endian.h>
 #include <fcntl.h>
 #include <linux/usb/ch9.h>
 #include <linux/usbdevice_fs.h>
@@ -91,6 +92,24 @@ void readSerial(int fd, uint8_t index, char *serial, size_t capacity)
     serial[out] = '\0';
 }
 
+// Takes the descriptor at `pos` when its header is there, its bLength is at least the
+// minimum for its type and does not run past the bytes the node gave us, and its type is
+// the expected one. Only the fields of the minimum size are copied, so nothing at or past
+// `total` is ever looked at: the rest of the buffer was never written.
+template <typename Descriptor>
+bool takeDescriptor(const unsigned char *data, size_t total, size_t pos, uint8_t type,
+                    size_t minLength, Descriptor *out)
+{
+    if (pos > total || total - pos < minLength)
+        return false;
+    const uint8_t length = data[pos];
+    if (length < minLength || length > total - pos || data[pos + 1] != type)
+        return false;
+    memset(out, 0, sizeof *out);
+    memcpy(out, data + pos, minLength);
+    return true;
+}
+
 // Looks at one device node; returns the claimed handle when an interface is accepted.
 usb_handle *examineDevice(const char *devname, ifc_match_func callback)
 {
@@ -109,60 +128,57 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
 
     unsigned char desc[kDescriptorCapacity];
     const ssize_t got = calls().read(fd, desc, sizeof desc);
-    const size_t total = got > 0 ? size_t(got) : 0;
+    const size_t total = got <= 0 ? 0 : size_t(got) > sizeof desc ? sizeof desc : size_t(got);
 
-    // The node holds the device descriptor and then the active configuration.
-    const auto *device = reinterpret_cast<const usb_device_descriptor *>(desc);
-    if (total < USB_DT_DEVICE_SIZE || device->bLength < USB_DT_DEVICE_SIZE || device->bLength > total
-        || device->bDescriptorType != USB_DT_DEVICE) {
+    // The node holds the device descriptor and then the active configuration. A device
+    // whose first two descriptors do not hold together is not ours to guess about.
+    usb_device_descriptor device;
+    usb_config_descriptor config;
+    size_t pos = 0;
+    if (!takeDescriptor(desc, total, pos, USB_DT_DEVICE, USB_DT_DEVICE_SIZE, &device)) {
         calls().close(fd);
         return nullptr;
     }
-    size_t pos = device->bLength;
-    const size_t afterDevice = total - pos;
-    const auto *config = reinterpret_cast<const usb_config_descriptor *>(desc + pos);
-    if (afterDevice <= 8 || config->bLength < USB_DT_CONFIG_SIZE || config->bLength > afterDevice
-        || config->bDescriptorType != USB_DT_CONFIG) {
+    pos += device.bLength;
+    if (!takeDescriptor(desc, total, pos, USB_DT_CONFIG, USB_DT_CONFIG_SIZE, &config)) {
         calls().close(fd);
         return nullptr;
     }
-    pos += config->bLength;
+    pos += config.bLength;
 
-    info.vendor_id = uint16_t(desc[8] | (desc[9] << 8));
-    info.product_id = uint16_t(desc[10] | (desc[11] << 8));
-    info.device_class = device->bDeviceClass;
-    info.device_subclass = device->bDeviceSubClass;
-    info.device_protocol = device->bDeviceProtocol;
-    if (device->iSerialNumber != 0)
-        readSerial(fd, device->iSerialNumber, info.serial, sizeof info.serial);
+    info.vendor_id = le16toh(device.idVendor);
+    info.product_id = le16toh(device.idProduct);
+    info.device_class = device.bDeviceClass;
+    info.device_subclass = device.bDeviceSubClass;
+    info.device_protocol = device.bDeviceProtocol;
+    if (device.iSerialNumber != 0)
+        readSerial(fd, device.iSerialNumber, info.serial, sizeof info.serial);
 
-    for (int i = 0; i < config->bNumInterfaces; ++i) {
-        const size_t left = total - pos;
-        const auto *ifc = reinterpret_cast<const usb_interface_descriptor *>(desc + pos);
-        if (left < USB_DT_INTERFACE_SIZE || ifc->bLength < USB_DT_INTERFACE_SIZE || ifc->bLength > left
-            || ifc->bDescriptorType != USB_DT_INTERFACE)
+    for (int i = 0; i < config.bNumInterfaces; ++i) {
+        // A bad interface descriptor ends the walk of this device.
+        usb_interface_descriptor ifc;
+        if (!takeDescriptor(desc, total, pos, USB_DT_INTERFACE, USB_DT_INTERFACE_SIZE, &ifc))
             break;
-        pos += ifc->bLength;
+        pos += ifc.bLength;
 
-        info.interface_class = ifc->bInterfaceClass;
-        info.interface_subclass = ifc->bInterfaceSubClass;
-        info.interface_protocol = ifc->bInterfaceProtocol;
+        info.interface_class = ifc.bInterfaceClass;
+        info.interface_subclass = ifc.bInterfaceSubClass;
+        info.interface_protocol = ifc.bInterfaceProtocol;
 
+        // A bad endpoint descriptor only ends the walk of this interface's endpoints.
         unsigned char in = 0;
         unsigned char out = 0;
-        for (int e = 0; e < ifc->bNumEndpoints; ++e) {
-            const size_t remaining = total - pos;
-            const auto *ept = reinterpret_cast<const usb_endpoint_descriptor *>(desc + pos);
-            if (remaining < USB_DT_ENDPOINT_SIZE || ept->bLength < USB_DT_ENDPOINT_SIZE
-                || ept->bLength > remaining || ept->bDescriptorType != USB_DT_ENDPOINT)
+        for (int e = 0; e < ifc.bNumEndpoints; ++e) {
+            usb_endpoint_descriptor ept;
+            if (!takeDescriptor(desc, total, pos, USB_DT_ENDPOINT, USB_DT_ENDPOINT_SIZE, &ept))
                 break;
-            pos += ept->bLength;
-            if ((ept->bmAttributes & USB_ENDPOINT_XFERTYPE_MASK) != USB_ENDPOINT_XFER_BULK)
+            pos += ept.bLength;
+            if ((ept.bmAttributes & USB_ENDPOINT_XFERTYPE_MASK) != USB_ENDPOINT_XFER_BULK)
                 continue;
-            if (ept->bEndpointAddress & USB_ENDPOINT_DIR_MASK)
-                in = ept->bEndpointAddress;
+            if (ept.bEndpointAddress & USB_ENDPOINT_DIR_MASK)
+                in = ept.bEndpointAddress;
             else
-                out = ept->bEndpointAddress;
+                out = ept.bEndpointAddress;
         }
         info.bulk_in_present = in != 0;
         info.bulk_out_present = out != 0;
@@ -178,7 +194,7 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
         handle->ep_in = in;
         handle->ep_out = out;
 
-        unsigned int interfaceNumber = ifc->bInterfaceNumber;
+        unsigned int interfaceNumber = ifc.bInterfaceNumber;
         if (calls().ioctl(fd, USBDEVFS_CLAIMINTERFACE, &interfaceNumber) != 0) {
             // Somebody else holds it (or the node is read-only): try the next device.
             calls().close(fd);
