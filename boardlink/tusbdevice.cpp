@@ -105,7 +105,10 @@ void TUsbDevice::pollBoard()
         // back does not matter.
         for (int i = 0; i < 3; ++i)
             Run(QByteArrayLiteral("SKIPINFO"), true);
-        Q_EMIT Connected(true);
+        // A board lost during the greeting has been reported gone already; calling it
+        // connected now would only send the views after a board that is not there.
+        if (link->isOpen())
+            Q_EMIT Connected(true);
         return;
     }
     if (IsBusy())
