@@ -51,6 +51,13 @@ QString TestVelkaroIni::writeIni(const QByteArray &content, const QString &folde
     return file.fileName();
 }
 
+// A literal with zero bytes in it, all of it.
+template<int N>
+static QByteArray bytes(const char (&text)[N])
+{
+    return QByteArray(text, N - 1);
+}
+
 void TestVelkaroIni::readsValue_data()
 {
     QTest::addColumn<QByteArray>("content");
@@ -92,11 +99,11 @@ void TestVelkaroIni::readsValue_data()
     QTest::newRow("last line without line end") << QByteArray("A = 1\nLinux-Kernel = zImage") << "Linux-Kernel"
                                                 << "zImage";
     QTest::newRow("empty file") << QByteArray() << "Linux-Kernel" << "";
-    QTest::newRow("binary junk has no keys") << QByteArray("\x7f" "ELF\x02\x01\x00\x00=\xff\xfe\x00\n\x00\x01=\x02", 20)
+    QTest::newRow("binary junk has no keys") << bytes("\x7f" "ELF\x02\x01\x00\x00=\xff\xfe\x00\n\x00\x01=\x02")
                                              << "Linux-Kernel" << "";
     // Junk in front of a good line does not hide it; nothing is rejected wholesale.
     QTest::newRow("binary junk before a key line")
-        << QByteArray("\x00\x01\xff\xfe=\x80\x00\nLinux-Kernel = zImage\n", 30) << "Linux-Kernel" << "zImage";
+        << bytes("\x00\x01\xff\xfe=\x80\x00\nLinux-Kernel = zImage\n") << "Linux-Kernel" << "zImage";
 }
 
 void TestVelkaroIni::readsValue()
