@@ -13,7 +13,6 @@ private Q_SLOTS:
     void textFromSkipCali();
     void roundTripAgrees_data();
     void roundTripAgrees();
-    void lineBreaksAreDropped();
 };
 
 // An empty line says nothing, so the box keeps whatever state it had.
@@ -102,13 +101,6 @@ void TestCmdLineOptions::roundTripAgrees()
         // An emptied line says nothing, which leaves the box as it was set.
         QCOMPARE(CmdLineOptions::skipCaliFromCommandLine(rewritten).value_or(skipCali), skipCali);
     }
-}
-
-void TestCmdLineOptions::lineBreaksAreDropped()
-{
-    QCOMPARE(CmdLineOptions::commandLineForBoard("console=ttySAC0\r\ninit=/init"), QString("console=ttySAC0init=/init"));
-    QCOMPARE(CmdLineOptions::commandLineForBoard("a\nb\rc"), QString("abc"));
-    QCOMPARE(CmdLineOptions::commandLineForBoard("a  b"), QString("a  b"));
 }
 
 QTEST_GUILESS_MAIN(TestCmdLineOptions)

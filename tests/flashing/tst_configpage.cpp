@@ -15,7 +15,6 @@ private Q_SLOTS:
     void ramAddressDefault();
     void processorRules_data();
     void processorRules();
-    void itemsFollowingTheProcessor();
     void resolutions();
     void hdmiHintOncePerRow_data();
     void hdmiHintOncePerRow();
@@ -133,20 +132,6 @@ void TestConfigPage::processorRules()
              ramdiskAndUserData);
     QCOMPARE(ConfigPage::isItemUsable(ConfigPage::Linux, ConfigPage::kLinuxRamdiskLabel, Cpu(cpu)),
              ramdiskAndUserData);
-}
-
-void TestConfigPage::itemsFollowingTheProcessor()
-{
-    QStringList following;
-    for (int kind = ConfigPage::Android; kind <= ConfigPage::UserBinInstall; ++kind) {
-        for (const QString &label : ConfigPage::itemLabels(ConfigPage::Kind(kind))) {
-            if (ConfigPage::itemFollowsProcessor(ConfigPage::Kind(kind), label))
-                following << QString::number(kind) + label;
-            else
-                QVERIFY(ConfigPage::isItemUsable(ConfigPage::Kind(kind), label, TUsbDevCommand::CPU_6410));
-        }
-    }
-    QCOMPARE(following, QStringList({"0Android Ramdisk: ", "0Android Userdata Image: ", "1Linux Ramdisk: "}));
 }
 
 void TestConfigPage::resolutions()
