@@ -1,0 +1,56 @@
+#include "flashing/cmdlineoptions.h"
+
+#include <QStringList>
+
+namespace CmdLineOptions {
+
+namespace {
+
+const QLatin1String kSkipCaliPrefix("skipcali=");
+const QLatin1String kSkipCaliOff("skipcali=n");
+
+} // namespace
+
+std::optional<bool> skipCaliFromCommandLine(const QString &commandLine)
+{
+    if (commandLine.isEmpty())
+        return std::nullopt;
+    const QStringList parts = commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString &part : parts) {
+        // Only the first letter of the value counts: "skipcali=yes" still skips.
+        const QString token = part.simplified();
+        if (token.startsWith(kSkipCaliToken))
+            return true;
+        if (token.startsWith(kSkipCaliOff))
+            return false;
+    }
+    return false;
+}
+
+QString commandLineWithSkipCali(const QString &commandLine, bool skipCali)
+{
+    if (commandLine.isEmpty())
+        return commandLine;
+    QStringList kept;
+    const QStringList parts = commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString &part : parts) {
+        const QString token = part.simplified();
+        // A part of tabs alone would leave a double blank behind. Whatever value an old
+        // token had, the box now decides.
+        if (!token.isEmpty() && !token.startsWith(kSkipCaliPrefix))
+            kept.append(token);
+    }
+    if (skipCali)
+        kept.append(kSkipCaliToken);
+    return kept.join(QLatin1Char(' '));
+}
+
+QString commandLineForBoard(const QString &commandLine)
+{
+    QString line = commandLine;
+    line.remove(QLatin1Char('\r'));
+    line.remove(QLatin1Char('\n'));
+    return line;
+}
+
+} // namespace CmdLineOptions

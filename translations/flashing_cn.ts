@@ -1,0 +1,79 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_CN">
+<context>
+    <name>TConfigView</name>
+    <message>
+        <source>Hint: To use only the HDMI output, do not connect the LCD.</source>
+        <translation>提示：如只使用 HDMI 输出，请不要连接 LCD。</translation>
+    </message>
+    <message>
+        <source>File not found &quot;%1&quot;.</source>
+        <translation>找不到文件“%1”。</translation>
+    </message>
+    <message>
+        <source>Cannot open file &quot;%1&quot;.</source>
+        <translation>无法打开文件“%1”。</translation>
+    </message>
+    <message>
+        <source>No address.</source>
+        <translation>没有地址。</translation>
+    </message>
+    <message>
+        <source>No kernel command line.</source>
+        <translation>没有内核命令行。</translation>
+    </message>
+    <message>
+        <source>No &quot;%1&quot;.</source>
+        <translation>没有“%1”。</translation>
+    </message>
+    <message>
+        <source>No action.</source>
+        <translation>没有要执行的操作。</translation>
+    </message>
+    <message>
+        <source>Low formatting Nand Flash (Step%1/%2) ...</source>
+        <translation>正在低级格式化 Nand Flash（第%1/%2步）...</translation>
+    </message>
+    <message>
+        <source>Set LCD Type (Step%1/%2) ...</source>
+        <translation>正在设置 LCD 类型（第%1/%2步）...</translation>
+    </message>
+    <message>
+        <source>Set kernal command line (Step%1/%2) ...</source>
+        <translation>正在设置内核命令行（第%1/%2步）...</translation>
+    </message>
+    <message>
+        <source>Downloading and running user-bin (Step%1/%2) ...</source>
+        <translation>正在下载并运行 user-bin（第%1/%2步）...</translation>
+    </message>
+    <message>
+        <source>Set RAM address of user-bin (Step%1/%2) ...</source>
+        <translation>正在设置 user-bin 的内存地址（第%1/%2步）...</translation>
+    </message>
+    <message>
+        <source>Flashing %1 (Step%2/%3) ...</source>
+        <translation>正在烧写 %1（第%2/%3步）...</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>An error occurred during flashing.</source>
+        <translation>烧写过程中发生错误。</translation>
+    </message>
+    <message>
+        <source>All operations was completed successfully.</source>
+        <translation>所有操作已成功完成。</translation>
+    </message>
+    <message>
+        <source>To abort the current operation, restart the board.</source>
+        <translation>要中止当前操作，请重新启动开发板。</translation>
+    </message>
+    <message>
+        <source>Incorrect directory, Cannot find the file &quot;Velkaro.ini&quot;.</source>
+        <translation>目录不正确，找不到文件“Velkaro.ini”。</translation>
+    </message>
+</context>
+</TS>
