@@ -90,6 +90,8 @@ TMainWidget::TMainWidget(QWidget *parent)
 
 TMainWidget::~TMainWidget()
 {
+    // The board link goes with this window; nobody may reach it through the global after.
+    gUsbDevCommand = nullptr;
     delete ui;
 }
 
