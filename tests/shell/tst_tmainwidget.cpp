@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QTest>
+#include <QTranslator>
 
 #include <memory>
 
@@ -54,6 +55,7 @@ private Q_SLOTS:
     void serialPortTabRaisesOneDialog();
     void statusFollowsBoard();
     void draggingMovesWindow();
+    void chineseTexts();
 };
 
 void TestTMainWidget::fixedFramelessWindow()
@@ -198,6 +200,21 @@ void TestTMainWidget::draggingMovesWindow()
     sendMouse(&window, QEvent::MouseButtonRelease, start + QPoint(40, 30));
     sendMouse(&window, QEvent::MouseMove, start + QPoint(200, 200));
     QCOMPARE(window.pos(), start + QPoint(30, 20));
+}
+
+void TestTMainWidget::chineseTexts()
+{
+    // The translation built beside the program, as start-up loads it.
+    QTranslator translator;
+    QVERIFY(translator.load(QCoreApplication::applicationDirPath() + QStringLiteral("/language-cn")));
+    QCoreApplication::installTranslator(&translator);
+    TMainWidget window;
+    QCoreApplication::removeTranslator(&translator);
+
+    QCOMPARE(window.windowTitle(), QStringLiteral("Ostrakit（Velkaro 出品，www.example.com）"));
+    const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
+    QCOMPARE(tabs.at(1)->text(), QStringLiteral("串口"));
+    QCOMPARE(statusText(window), QStringLiteral("开发板未连接，或 Halvorn 未处于 USB 下载模式"));
 }
 
 QTEST_MAIN(TestTMainWidget)
