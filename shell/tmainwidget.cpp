@@ -13,12 +13,14 @@
 #include "shell/versiontext.h"
 
 #include <QApplication>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
 
 namespace {
 constexpr int kStatusIconSize = 12;
+constexpr int kVersionWidth = 140;
 
 // A missing picture stays a null pixmap; scaling one would only complain.
 QPixmap statusIcon(const QString &path)
@@ -27,6 +29,15 @@ QPixmap statusIcon(const QString &path)
     if (icon.isNull())
         return icon;
     return icon.scaled(kStatusIconSize, kStatusIconSize, Qt::KeepAspectRatio, Qt::FastTransformation);
+}
+// The corner for the release text was measured for narrower fonts than many Linux
+// desktops use at 12 pt; a smaller size beats a cut-off build number.
+void shrinkToFit(QLabel *label, int width)
+{
+    QFont font = label->font();
+    while (font.pointSize() > 6 && QFontMetrics(font).horizontalAdvance(label->text()) > width)
+        font.setPointSize(font.pointSize() - 1);
+    label->setFont(font);
 }
 } // namespace
 
@@ -58,6 +69,7 @@ TMainWidget::TMainWidget(QWidget *parent)
     versionLabel = new QLabel(versionText(), this);
     versionLabel->setObjectName(QStringLiteral("versionLabel"));
     versionLabel->setStyleSheet(QStringLiteral("color:rgb(100,100,100)"));
+    shrinkToFit(versionLabel, kVersionWidth);
 
     closeButton = new TitleButton(QStringLiteral(":/close_normal.png"), QStringLiteral(":/close_clicked.png"), this);
     closeButton->setObjectName(QStringLiteral("closeButton"));
@@ -190,7 +202,7 @@ void TMainWidget::resizeEvent(QResizeEvent *)
     closeButton->setGeometry(w - 34, 2, 32, 25);
     statusIconLabel->setGeometry(1, h - 22, kStatusIconSize, kStatusIconSize);
     statusTextLabel->setGeometry(14, h - 30, w - 156, 29);
-    versionLabel->setGeometry(w - 141, h - 30, 140, 29);
+    versionLabel->setGeometry(w - 141, h - 30, kVersionWidth, 29);
 }
 
 // The window has no frame, so it is moved by dragging anywhere on it.

@@ -60,7 +60,14 @@ private Q_SLOTS:
 
 void TestTMainWidget::fixedFramelessWindow()
 {
+    // The English default size; wide enough a font to overflow the version corner.
+    const QFont before = QApplication::font();
+    QFont large = before;
+    large.setPointSize(12);
+    QApplication::setFont(large);
     TMainWidget window;
+    QApplication::setFont(before);
+
     QCOMPARE(window.objectName(), QStringLiteral("Widget"));
     QCOMPARE(window.size(), QSize(900, 723));
     QCOMPARE(window.minimumSize(), QSize(900, 723));
@@ -75,6 +82,8 @@ void TestTMainWidget::fixedFramelessWindow()
     auto *version = window.findChild<QLabel *>(QStringLiteral("versionLabel"));
     QCOMPARE(version->text(), QStringLiteral("v1.8a build140317"));
     QCOMPARE(version->styleSheet(), QStringLiteral("color:rgb(100,100,100)"));
+    // Whole, whatever the desktop's font.
+    QVERIFY(version->fontMetrics().horizontalAdvance(version->text()) <= 140);
 
     window.show();
     for (TitleButton *button : window.findChildren<TitleButton *>())
