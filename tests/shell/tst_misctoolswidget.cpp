@@ -7,18 +7,8 @@ class TestMiscToolsWidget : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void offersNoLauncher();
     void launchersInOneRow();
 };
-
-void TestMiscToolsWidget::offersNoLauncher()
-{
-    MiscToolsWidget page;
-    page.resize(890, 621);
-    page.show();
-    QVERIFY(page.appButtons().isEmpty());
-    QVERIFY(page.findChildren<QAbstractButton *>().isEmpty());
-}
 
 void TestMiscToolsWidget::launchersInOneRow()
 {
