@@ -13,29 +13,29 @@ constexpr int kTabHeight = 70;
 TabWidget::TabWidget(QWidget *parent)
     : QWidget(parent)
 {
-    struct TabSpec {
+    struct TabEntry {
         QString text;
         const char *icon;
         const char *normalBackground;
         const char *page;
     };
-    const TabSpec specs[] = {
+    const TabEntry entries[] = {
         {tr("Download"), ":/tabdownload_icon.png", ":/tabnormal_1btn.png", "burnSystem"},
         {tr("Serial Port"), ":/serialport_icon.png", ":/tabnormal.png", ""},
         {tr("Utilities"), ":/tabtools_icon.png", ":/tabnormal.png", "tools"},
     };
     const QPixmap selectedBackground(QStringLiteral(":/tabselected.png"));
-    for (const TabSpec &spec : specs) {
+    for (const TabEntry &entry : entries) {
         auto *tab = new TabButton(this);
-        tab->setText(spec.text);
-        tab->tabIcon = QPixmap(QString::fromLatin1(spec.icon));
+        tab->setText(entry.text);
+        tab->tabIcon = QPixmap(QString::fromLatin1(entry.icon));
         tab->selectedIcon = tab->tabIcon;
-        tab->normalBackground = QPixmap(QString::fromLatin1(spec.normalBackground));
+        tab->normalBackground = QPixmap(QString::fromLatin1(entry.normalBackground));
         tab->selectedBackground = selectedBackground;
         tab->firstTab = buttons.isEmpty();
         connect(tab, &TabButton::clicked, this, &TabWidget::btnClicked);
         buttons.append(tab);
-        pageNames.append(QString::fromLatin1(spec.page));
+        pageNames.append(QString::fromLatin1(entry.page));
     }
     buttons.first()->setEnabled(false);
     resize(kTabWidth * int(buttons.size()), kTabHeight);
