@@ -1,21 +1,37 @@
 #pragma once
 
+#include <QList>
+#include <QPixmap>
+#include <QPoint>
 #include <QString>
 #include <QWidget>
 
+class BurnSystemWidget;
+class MiscToolsWidget;
 class QLabel;
+class TabWidget;
+class TitleButton;
 
-// The program's window. For now a plain window that owns the board link and says
-// whether a board is connected.
+namespace Ui {
+class Widget;
+}
+
+// The program's one window: frameless and of fixed size, with the tab strip at the top,
+// the download and utilities pages, and a status bar that follows the board link.
 class TMainWidget : public QWidget
 {
     Q_OBJECT
 public:
     explicit TMainWidget(QWidget *parent = nullptr);
+    ~TMainWidget() override;
 
-    QString statusText() const;
+    void setStatusBarText(const QString &text);
+    void updateStatusBar(bool connected);
 
 public Q_SLOTS:
+    void checkUpdate();
+    void mini();
+    void popMenu();
     void USBConnected(bool connected);
     void USBSendFinished(bool result);
     void USBReportLog(int logCatalog, QString msg);
@@ -23,10 +39,36 @@ public Q_SLOTS:
     void USBSendCurrentPos(int Pos);
     void USBNewDeviceAttached(QString HwInfo);
     void CpuRecognized();
+    void switchTag(const QString &name);
+    void openSerialPortAss();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    void updateStatus(bool connected);
+    bool boardPresent() const;
 
-    QLabel *status = nullptr;
-    QString hwInfo;
+    Ui::Widget *ui = nullptr;
+    QString hardwareInfo;
+    QPoint windowPosAtPress;
+    QPoint dragOffset;
+    QPoint pressPos;
+    bool dragging = false;
+    TabWidget *tabWidget = nullptr;
+    TitleButton *closeButton = nullptr;
+    TitleButton *miniButton = nullptr;
+    TitleButton *menuButton = nullptr;
+    QPixmap background;
+    QLabel *statusTextLabel = nullptr;
+    QLabel *statusIconLabel = nullptr;
+    QPixmap connectedIcon;
+    QPixmap disconnectedIcon;
+    QLabel *versionLabel = nullptr;
+    BurnSystemWidget *burnSystemWidget = nullptr;
+    MiscToolsWidget *miscToolsWidget = nullptr;
+    QList<QWidget *> pages;
 };

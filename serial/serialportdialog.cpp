@@ -1,0 +1,7 @@
+#include "serial/serialportdialog.h"
+
+// EMPTY PLACEHOLDER, see the header.
+SerialPortDialog::SerialPortDialog(QWidget *parent)
+    : QDialog(parent)
+{
+}

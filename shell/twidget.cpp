@@ -1,0 +1,6 @@
+#include "shell/twidget.h"
+
+TWidget::TWidget(QWidget *parent)
+    : QWidget(parent)
+{
+}

@@ -1,0 +1,230 @@
+#include "app/globals.h"
+#include "boardlink/tusbdevcommand.h"
+#include "boardlink/virtualboard.h"
+#include "serial/serialportdialog.h"
+#include "shell/burnsystemwidget.h"
+#include "shell/misctoolswidget.h"
+#include "shell/tabbutton.h"
+#include "shell/tabwidget.h"
+#include "shell/titlebutton.h"
+#include "shell/tmainwidget.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QTest>
+#include <QTranslator>
+
+#include <memory>
+
+namespace {
+
+QString statusText(const TMainWidget &window)
+{
+    return window.findChild<QLabel *>(QStringLiteral("statusTextLabel"))->text();
+}
+
+QList<SerialPortDialog *> serialDialogs()
+{
+    QList<SerialPortDialog *> dialogs;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *dialog = qobject_cast<SerialPortDialog *>(widget))
+            dialogs << dialog;
+    }
+    return dialogs;
+}
+
+void sendMouse(QWidget *window, QEvent::Type type, const QPoint &global)
+{
+    QMouseEvent event(type, QPointF(global - window->pos()), QPointF(global - window->pos()), QPointF(global),
+                      Qt::LeftButton, type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton,
+                      Qt::NoModifier);
+    QApplication::sendEvent(window, &event);
+}
+
+} // namespace
+
+class TestTMainWidget : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void fixedFramelessWindow();
+    void layout_data();
+    void layout();
+    void tabsSwitchPages();
+    void serialPortTabRaisesOneDialog();
+    void statusFollowsBoard();
+    void draggingMovesWindow();
+    void chineseTexts();
+};
+
+void TestTMainWidget::fixedFramelessWindow()
+{
+    // The English default size; wide enough a font to overflow the version corner.
+    const QFont before = QApplication::font();
+    QFont large = before;
+    large.setPointSize(12);
+    QApplication::setFont(large);
+    TMainWidget window;
+    QApplication::setFont(before);
+
+    QCOMPARE(window.objectName(), QStringLiteral("Widget"));
+    QCOMPARE(window.size(), QSize(900, 723));
+    QCOMPARE(window.minimumSize(), QSize(900, 723));
+    QCOMPARE(window.maximumSize(), QSize(900, 723));
+    QCOMPARE(window.windowTitle(), QStringLiteral("Ostrakit (by Velkaro,www.example.com)"));
+    const Qt::WindowFlags hints = window.windowFlags() & ~Qt::WindowType_Mask;
+    QCOMPARE(hints, Qt::FramelessWindowHint | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
+
+    QVERIFY(gUsbDevCommand);
+    QCOMPARE(gUsbDevCommand->parent(), &window);
+
+    auto *version = window.findChild<QLabel *>(QStringLiteral("versionLabel"));
+    QCOMPARE(version->text(), QStringLiteral("v1.8a build140317"));
+    QCOMPARE(version->styleSheet(), QStringLiteral("color:rgb(100,100,100)"));
+    // Whole, whatever the desktop's font.
+    QVERIFY(version->fontMetrics().horizontalAdvance(version->text()) <= 140);
+
+    window.show();
+    for (TitleButton *button : window.findChildren<TitleButton *>())
+        QVERIFY2(!button->isVisible(), qPrintable(button->objectName()));
+    QCOMPARE(window.findChildren<TitleButton *>().size(), 3);
+    QVERIFY(window.findChild<BurnSystemWidget *>()->isVisible());
+    QVERIFY(!window.findChild<MiscToolsWidget *>()->isVisible());
+}
+
+void TestTMainWidget::layout_data()
+{
+    QTest::addColumn<QString>("child");
+    QTest::addColumn<QRect>("expected");
+    QTest::newRow("tab strip") << QStringLiteral("TabWidget") << QRect(0, 0, 300, 70);
+    QTest::newRow("download page") << QStringLiteral("BurnSystemWidget") << QRect(5, 73, 890, 621);
+    QTest::newRow("utilities page") << QStringLiteral("MiscToolsWidget") << QRect(5, 73, 890, 621);
+    QTest::newRow("menu button") << QStringLiteral("menuButton") << QRect(798, 2, 32, 25);
+    QTest::newRow("minimise button") << QStringLiteral("miniButton") << QRect(832, 2, 32, 25);
+    QTest::newRow("close button") << QStringLiteral("closeButton") << QRect(866, 2, 32, 25);
+    QTest::newRow("status icon") << QStringLiteral("statusIconLabel") << QRect(1, 701, 12, 12);
+    QTest::newRow("status text") << QStringLiteral("statusTextLabel") << QRect(14, 693, 744, 29);
+    QTest::newRow("version") << QStringLiteral("versionLabel") << QRect(759, 693, 140, 29);
+}
+
+void TestTMainWidget::layout()
+{
+    QFETCH(QString, child);
+    QFETCH(QRect, expected);
+    TMainWidget window;
+    window.show();
+    QWidget *widget = window.findChild<QWidget *>(child);
+    if (!widget) {
+        for (QWidget *candidate : window.findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+            if (child == QLatin1String(candidate->metaObject()->className()))
+                widget = candidate;
+        }
+    }
+    QVERIFY2(widget, qPrintable(child));
+    QCOMPARE(widget->geometry(), expected);
+}
+
+void TestTMainWidget::tabsSwitchPages()
+{
+    TMainWidget window;
+    window.show();
+    auto *download = window.findChild<BurnSystemWidget *>();
+    auto *tools = window.findChild<MiscToolsWidget *>();
+    const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
+
+    QTest::mouseClick(tabs.at(2), Qt::LeftButton);
+    QVERIFY(!download->isVisible());
+    QVERIFY(tools->isVisible());
+
+    QTest::mouseClick(tabs.at(0), Qt::LeftButton);
+    QVERIFY(download->isVisible());
+    QVERIFY(!tools->isVisible());
+
+    window.switchTag(QStringLiteral("serial"));
+    QVERIFY(!download->isVisible());
+    QVERIFY(!tools->isVisible());
+}
+
+void TestTMainWidget::serialPortTabRaisesOneDialog()
+{
+    TMainWidget window;
+    window.show();
+    const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
+    QVERIFY(serialDialogs().isEmpty());
+
+    QTest::mouseClick(tabs.at(1), Qt::LeftButton);
+    QCOMPARE(serialDialogs().size(), 1);
+    SerialPortDialog *dialog = serialDialogs().first();
+    QVERIFY(dialog->isVisible());
+    QVERIFY(!dialog->parent());
+
+    dialog->showMinimized();
+    QVERIFY(dialog->isMinimized());
+    QTest::mouseClick(tabs.at(1), Qt::LeftButton);
+    QCOMPARE(serialDialogs(), QList<SerialPortDialog *>{dialog});
+    QVERIFY(!dialog->isMinimized());
+    QVERIFY(dialog->isVisible());
+
+    // Opening the assistant never changes the page or the selected tab.
+    QVERIFY(!tabs.at(0)->isEnabled());
+    QVERIFY(tabs.at(1)->isEnabled());
+    QVERIFY(window.findChild<BurnSystemWidget *>()->isVisible());
+
+    // The one assistant outlives the window that opened it.
+    dialog->hide();
+}
+
+void TestTMainWidget::statusFollowsBoard()
+{
+    TMainWidget window;
+    QCOMPARE(statusText(window), QStringLiteral("Board is not connected, or Halvorn is not in USB download mode"));
+
+    auto board = std::make_shared<VirtualBoard>(TUsbDevCommand::CPU_4412);
+    board->setHardwareLines({QStringLiteral("Halvorn 2.6: download mode"), QStringLiteral("CPU: 4412"),
+                             QStringLiteral("Clock: 1:2"), QStringLiteral("LCD:")});
+    gUsbDevCommand->setTransport(board);
+    gUsbDevCommand->pollBoard();
+    QVERIFY(gUsbDevCommand->isConnected());
+    QCOMPARE(statusText(window), QStringLiteral("Board connected ( 4412 / 1:2 )"));
+
+    // A board that went away must describe itself again when it comes back.
+    window.USBConnected(false);
+    QCOMPARE(statusText(window), QStringLiteral("Board is not connected, or Halvorn is not in USB download mode"));
+    window.USBConnected(true);
+    QCOMPARE(statusText(window), QStringLiteral("Board connected."));
+}
+
+void TestTMainWidget::draggingMovesWindow()
+{
+    TMainWidget window;
+    window.move(100, 100);
+    window.show();
+    const QPoint start = window.pos();
+
+    sendMouse(&window, QEvent::MouseButtonPress, start + QPoint(10, 10));
+    sendMouse(&window, QEvent::MouseMove, start + QPoint(40, 30));
+    QCOMPARE(window.pos(), start + QPoint(30, 20));
+
+    sendMouse(&window, QEvent::MouseButtonRelease, start + QPoint(40, 30));
+    sendMouse(&window, QEvent::MouseMove, start + QPoint(200, 200));
+    QCOMPARE(window.pos(), start + QPoint(30, 20));
+}
+
+void TestTMainWidget::chineseTexts()
+{
+    // The translation built beside the program, as start-up loads it.
+    QTranslator translator;
+    QVERIFY(translator.load(QCoreApplication::applicationDirPath() + QStringLiteral("/language-cn")));
+    QCoreApplication::installTranslator(&translator);
+    TMainWidget window;
+    QCoreApplication::removeTranslator(&translator);
+
+    QCOMPARE(window.windowTitle(), QStringLiteral("Ostrakit（Velkaro 出品，www.example.com）"));
+    const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
+    QCOMPARE(tabs.at(1)->text(), QStringLiteral("串口"));
+    QCOMPARE(statusText(window), QStringLiteral("开发板未连接，或 Halvorn 未处于 USB 下载模式"));
+}
+
+QTEST_MAIN(TestTMainWidget)
+#include "tst_tmainwidget.moc"
