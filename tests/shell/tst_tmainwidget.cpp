@@ -215,7 +215,7 @@ void TestTMainWidget::chineseTexts()
 {
     // The translation built beside the program, as start-up loads it.
     QTranslator translator;
-    QVERIFY(translator.load(QCoreApplication::applicationDirPath() + QStringLiteral("/language-cn")));
+    QVERIFY(translator.load(QStringLiteral(OSTRAKIT_BUILT_QM)));
     QCoreApplication::installTranslator(&translator);
     TMainWidget window;
     QCoreApplication::removeTranslator(&translator);
