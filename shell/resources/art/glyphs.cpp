@@ -13,12 +13,12 @@ namespace {
 // Maps a design grid of `units` onto `r` for the lifetime of the object.
 class Grid {
 public:
-    Grid(QPainter& p, const QRectF& r, qreal units = 24)
+    Grid(QPainter& p, const QRectF& r, qreal unitsX = 24, qreal unitsY = 0)
         : m_p(p)
     {
         m_p.save();
         m_p.translate(r.topLeft());
-        m_p.scale(r.width() / units, r.height() / units);
+        m_p.scale(r.width() / unitsX, r.height() / (unitsY > 0 ? unitsY : unitsX));
         m_p.setPen(Qt::NoPen);
     }
     ~Grid() { m_p.restore(); }
@@ -256,7 +256,7 @@ void mark(QPainter& p, const QRectF& r)
 
 void connectionScene(QPainter& p, const QRectF& r)
 {
-    Grid g(p, r, 240);
+    Grid g(p, r, sceneWidth, sceneHeight);
     // The PC.
     p.setBrush(Palette::white);
     p.drawRoundedRect(QRectF(0, 8, 96, 64), 6, 6);

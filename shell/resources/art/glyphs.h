@@ -32,7 +32,10 @@ void plug(QPainter& p, const QRectF& r, const QColor& ink);
 
 // The program's own mark: a board receiving an image, on the selection blue.
 void mark(QPainter& p, const QRectF& r);
-// A PC handing an image down a cable to a board, drawn for a blue background.
+// A PC handing an image down a cable to a board, drawn for a blue background on a
+// sceneWidth x sceneHeight grid; give it a rectangle of that shape.
+inline constexpr qreal sceneWidth = 240;
+inline constexpr qreal sceneHeight = 90;
 void connectionScene(QPainter& p, const QRectF& r);
 
 }

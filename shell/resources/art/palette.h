@@ -12,6 +12,7 @@ inline const QColor grey(233, 236, 238);       // tab strip, menu and page fill
 inline const QColor greyLight(246, 248, 249);
 inline const QColor greyLine(206, 212, 216);
 inline const QColor greyMid(160, 168, 174);
+inline const QColor mist(196, 208, 216);       // behind the dark penguin
 inline const QColor green(140, 198, 42);       // pressed button
 inline const QColor greenDark(104, 156, 24);
 inline const QColor slate(86, 124, 142);       // tab text

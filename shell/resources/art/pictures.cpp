@@ -162,12 +162,14 @@ void homeBackground(QPainter& p, const QSize& s, Lang lang)
     p.setPen(Qt::NoPen);
     p.setBrush(Palette::blue);
     p.drawRoundedRect(banner, 4, 4);
-    connectionScene(p, QRectF(banner.right() - 222, banner.top() + 13, 200, 200 * 90 / 240.0));
+    const qreal sceneW = 230;
+    connectionScene(p, QRectF(banner.right() - 20 - sceneW, banner.top() + 16, sceneW,
+                              sceneW * sceneHeight / sceneWidth));
 
     drawText(p, QRectF(banner.left() + 24, banner.top() + 20, 400, 34),
              Qt::AlignLeft | Qt::AlignVCenter, font(24, true), Palette::white,
              tx(lang, "My development board", "我的开发板"));
-    drawText(p, QRectF(banner.left() + 24, banner.top() + 58, 420, 44),
+    drawText(p, QRectF(banner.left() + 24, banner.top() + 58, 360, 44),
              Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, font(13),
              QColor(240, 248, 252),
              tx(lang, "Start Halvorn in USB download mode and connect the board. "
@@ -193,19 +195,23 @@ void aboutPicture(QPainter& p, const QSize& s, Lang lang)
     p.fillRect(0, 0, w, h, Palette::white);
     p.fillRect(0, 0, w, 236, Palette::blue);
 
+    // The mark's own blue would vanish into the band; it sits on a white plate instead.
+    p.setPen(Qt::NoPen);
+    p.setBrush(Palette::white);
+    p.drawRoundedRect(QRectF(40, 36, 112, 112), 28, 28);
     mark(p, QRectF(48, 44, 96, 96));
     drawText(p, QRectF(166, 46, 300, 52), Qt::AlignLeft | Qt::AlignVCenter, font(44, true),
              Palette::white, QStringLiteral("Ostrakit"));
-    drawText(p, QRectF(168, 100, 320, 40), Qt::AlignLeft | Qt::AlignVCenter, font(16),
+    drawText(p, QRectF(168, 100, 480, 40), Qt::AlignLeft | Qt::AlignVCenter, font(16),
              QColor(240, 248, 252),
              tx(lang, "Flash ARM development boards over USB", "通过 USB 烧写 ARM 开发板"));
-    connectionScene(p, QRectF(w - 250, 130, 210, 210 * 90 / 240.0));
+    connectionScene(p, QRectF(w - 48 - 220, 142, 220, 220 * sceneHeight / sceneWidth));
 
     // What it flashes.
     struct Item { const char* en; const char* cn; QColor fill; int kind; };
     const Item items[] = {
         {"Android", "Android", Palette::green, 0},
-        {"Linux", "Linux", Palette::slate, 1},
+        {"Linux", "Linux", Palette::mist, 1},
         {"Windows CE", "Windows CE", Palette::blueDark, 2},
         {"User bin", "用户程序", Palette::red, 3},
     };
@@ -432,7 +438,7 @@ QList<Picture> stillPictures()
         {"linux_logo.png", row,
          [](QPainter& p, const QSize& s) {
              const QRectF whole(0.5, 0.5, s.width() - 1, s.height() - 1);
-             badge(p, whole, QColor(196, 208, 216));
+             badge(p, whole, Palette::mist);
              penguin(p, whole.adjusted(1, 1, -1, -1));
          }},
         {"nonos.png", row, badgeWith(Palette::red, chip, 0.06)},
