@@ -212,7 +212,7 @@ void aboutPicture(QPainter& p, const QSize& s, Lang lang)
     const Item items[] = {
         {"Android", "Android", Palette::green, 0},
         {"Linux", "Linux", Palette::mist, 1},
-        {"Windows CE", "Windows CE", Palette::blueDark, 2},
+        {"Windows CE", "Windows CE", Palette::amber, 2},
         {"User bin", "用户程序", Palette::red, 3},
     };
     drawText(p, QRectF(48, 266, 400, 24), Qt::AlignLeft | Qt::AlignVCenter, font(15, true),
@@ -434,7 +434,7 @@ QList<Picture> stillPictures()
         {"tabtools_icon_disabled.png", tab, badgeWith(disabledFill, gear, 0.14)},
         {"wren210_icon.png", row, badgeWith(Palette::blueDark, board, 0.06)},
         {"android_logo.png", row, badgeWith(Palette::green, handset, 0.06)},
-        {"wince_icon.png", row, badgeWith(Palette::blue, window, 0.08)},
+        {"wince_icon.png", row, badgeWith(Palette::amber, window, 0.08)},
         {"linux_logo.png", row,
          [](QPainter& p, const QSize& s) {
              const QRectF whole(0.5, 0.5, s.width() - 1, s.height() - 1);
