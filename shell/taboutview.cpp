@@ -1,30 +1,19 @@
 #include "shell/taboutview.h"
 
 #include "shell/versiontext.h"
+#include "shell/resourcetext.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QPainter>
 #include <QPushButton>
 #include <QTimer>
-
-namespace {
-// A style sheet from the resources; a missing one leaves the platform's look.
-QString buttonStyleSheet()
-{
-    QFile file(QStringLiteral(":/button_onekeybutton.css"));
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return QString();
-    return QString::fromUtf8(file.readAll());
-}
-} // namespace
 
 TAboutView::TAboutView(QWidget *parent)
     : QWidget(parent), picture(QStringLiteral(":/aboueme.png"))
 {
     updateButton = new QPushButton(tr("Check for updates"), this);
     updateButton->setGeometry(460, 310, 180, 40);
-    updateButton->setStyleSheet(buttonStyleSheet());
+    updateButton->setStyleSheet(readFile(QStringLiteral(":/button_onekeybutton.css")));
     connect(updateButton, &QPushButton::clicked, this, &TAboutView::updateButtonClicked);
     // There is no update service to ask; the button stays out of sight.
     updateButton->setVisible(false);

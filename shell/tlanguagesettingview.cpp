@@ -3,25 +3,14 @@
 #include "app/globals.h"
 #include "app/userdialogs.h"
 #include "shell/languagesetting.h"
+#include "shell/resourcetext.h"
 
-#include <QFile>
 #include <QPushButton>
-
-namespace {
-// A style sheet from the resources; a missing one leaves the platform's look.
-QString buttonStyleSheet()
-{
-    QFile file(QStringLiteral(":/button_onekeybutton.css"));
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return QString();
-    return QString::fromUtf8(file.readAll());
-}
-} // namespace
 
 TLanguageSettingView::TLanguageSettingView(QWidget *parent)
     : QWidget(parent), settingsFile(programSettingsFile())
 {
-    const QString style = buttonStyleSheet();
+    const QString style = readFile(QStringLiteral(":/button_onekeybutton.css"));
     // Each language names itself, so neither caption is translated.
     cnButton = new QPushButton(QStringLiteral("中文"), this);
     cnButton->setGeometry(120, 200, 180, 40);
