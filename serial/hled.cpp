@@ -70,6 +70,9 @@ void HLed::turnOff(bool off)
 void HLed::paintEvent(QPaintEvent *)
 {
     const int w = ledWidth();
+    // A lamp without a diameter shows nothing; Qt would still stroke its degenerate rim.
+    if (w == 0)
+        return;
 
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
