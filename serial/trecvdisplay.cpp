@@ -35,6 +35,8 @@ void TRecvDisplay::showReceived(const QByteArray &bytes, const Options &options)
     if (shown.isEmpty())
         return;
     m_edit->insertPlainText(withLongLinesBroken(shown, m_edit->textCursor().positionInBlock()));
+    // Like any terminal, follow the output.
+    m_edit->ensureCursorVisible();
 }
 
 void TRecvDisplay::appendText(const QString &text, const Options &options)

@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -67,6 +66,9 @@ bool PtyPair::start(QString *why)
     tcsetattr(m_farFd, TCSANOW, &tio);
     m_notifier = new QSocketNotifier(m_farFd, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &PtyPair::readFar);
+    m_writeNotifier = new QSocketNotifier(m_farFd, QSocketNotifier::Write, this);
+    m_writeNotifier->setEnabled(false);
+    connect(m_writeNotifier, &QSocketNotifier::activated, this, &PtyPair::writeFar);
     return true;
 }
 
@@ -74,6 +76,9 @@ void PtyPair::stop()
 {
     delete m_notifier;
     m_notifier = nullptr;
+    delete m_writeNotifier;
+    m_writeNotifier = nullptr;
+    m_pending.clear();
     if (m_farFd >= 0) {
         ::close(m_farFd);
         m_farFd = -1;
@@ -103,18 +108,26 @@ void PtyPair::readFar()
 
 bool PtyPair::send(const QByteArray &data)
 {
-    qsizetype done = 0;
-    while (done < data.size()) {
-        const ssize_t n = ::write(m_farFd, data.constData() + done, size_t(data.size() - done));
+    if (m_farFd < 0)
+        return false;
+    m_pending += data;
+    return writeFar();
+}
+
+bool PtyPair::writeFar()
+{
+    while (!m_pending.isEmpty()) {
+        const ssize_t n = ::write(m_farFd, m_pending.constData(), size_t(m_pending.size()));
         if (n > 0) {
-            done += n;
+            m_pending.remove(0, n);
         } else if (n < 0 && errno == EAGAIN) {
-            pollfd p {m_farFd, POLLOUT, 0};
-            if (::poll(&p, 1, 10000) <= 0)
-                return false;
+            break;
         } else {
+            m_pending.clear();
+            m_writeNotifier->setEnabled(false);
             return false;
         }
     }
+    m_writeNotifier->setEnabled(!m_pending.isEmpty());
     return true;
 }

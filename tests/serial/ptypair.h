@@ -31,15 +31,19 @@ public:
     void clearReceived() { m_received.clear(); }
     // Stops reading at the far end, so the line fills up and the writer is held back.
     void setReading(bool on);
-    // Writes all of `data` to the far end.
+    // Writes `data` to the far end, the rest as the line takes it while the event loop runs.
     bool send(const QByteArray &data);
+    bool allSent() const { return m_pending.isEmpty(); }
 
 private:
     void readFar();
+    bool writeFar();
 
     QTemporaryDir m_dir;
     QProcess m_socat;
     int m_farFd = -1;
     QSocketNotifier *m_notifier = nullptr;
+    QSocketNotifier *m_writeNotifier = nullptr;
+    QByteArray m_pending;
     QByteArray m_received;
 };
