@@ -1,5 +1,6 @@
 #include "app/userdialogs.h"
 
+#include <QFileDialog>
 #include <QMessageBox>
 
 namespace UserDialogs {
@@ -8,6 +9,12 @@ namespace {
 InformationHandler &informationHandler()
 {
     static InformationHandler handler;
+    return handler;
+}
+
+OpenFileNameHandler &openFileNameHandler()
+{
+    static OpenFileNameHandler handler;
     return handler;
 }
 } // namespace
@@ -24,6 +31,18 @@ void information(QWidget *parent, const QString &title, const QString &text)
 void setInformationHandler(InformationHandler handler)
 {
     informationHandler() = std::move(handler);
+}
+
+QString getOpenFileName(QWidget *parent, const QString &caption, const QString &dir, const QString &filter)
+{
+    if (openFileNameHandler())
+        return openFileNameHandler()(parent, caption, dir, filter);
+    return QFileDialog::getOpenFileName(parent, caption, dir, filter);
+}
+
+void setOpenFileNameHandler(OpenFileNameHandler handler)
+{
+    openFileNameHandler() = std::move(handler);
 }
 
 } // namespace UserDialogs

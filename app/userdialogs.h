@@ -17,4 +17,13 @@ void information(QWidget *parent, const QString &title, const QString &text);
 using InformationHandler = std::function<void(QWidget *parent, const QString &title, const QString &text)>;
 void setInformationHandler(InformationHandler handler);
 
+// A file chooser for one existing file; returns its path, or an empty string when the
+// user cancels.
+QString getOpenFileName(QWidget *parent, const QString &caption, const QString &dir, const QString &filter);
+
+// While set, getOpenFileName() returns what this returns instead of showing a chooser.
+using OpenFileNameHandler = std::function<QString(QWidget *parent, const QString &caption,
+                                                  const QString &dir, const QString &filter)>;
+void setOpenFileNameHandler(OpenFileNameHandler handler);
+
 } // namespace UserDialogs

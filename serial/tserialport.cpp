@@ -1,0 +1,198 @@
+#include "serial/tserialport.h"
+
+#include <QSerialPort>
+
+namespace {
+
+QSerialPort::Parity toQt(TSerialPort::Parity parity)
+{
+    switch (parity) {
+    case TSerialPort::ParityOdd:
+        return QSerialPort::OddParity;
+    case TSerialPort::ParityEven:
+        return QSerialPort::EvenParity;
+    case TSerialPort::ParityNone:
+        break;
+    }
+    return QSerialPort::NoParity;
+}
+
+TSerialPort::Parity fromQt(QSerialPort::Parity parity)
+{
+    switch (parity) {
+    case QSerialPort::OddParity:
+        return TSerialPort::ParityOdd;
+    case QSerialPort::EvenParity:
+        return TSerialPort::ParityEven;
+    default:
+        return TSerialPort::ParityNone;
+    }
+}
+
+QSerialPort::FlowControl toQt(TSerialPort::FlowControl flow)
+{
+    switch (flow) {
+    case TSerialPort::FlowHardware:
+        return QSerialPort::HardwareControl;
+    case TSerialPort::FlowXonXoff:
+        return QSerialPort::SoftwareControl;
+    case TSerialPort::FlowOff:
+        break;
+    }
+    return QSerialPort::NoFlowControl;
+}
+
+TSerialPort::FlowControl fromQt(QSerialPort::FlowControl flow)
+{
+    switch (flow) {
+    case QSerialPort::HardwareControl:
+        return TSerialPort::FlowHardware;
+    case QSerialPort::SoftwareControl:
+        return TSerialPort::FlowXonXoff;
+    default:
+        return TSerialPort::FlowOff;
+    }
+}
+
+} // namespace
+
+TSerialPort::TSerialPort(const QString &portName, const Settings &settings, QueryMode mode,
+                         QObject *parent)
+    : QObject(parent)
+    , m_port(new QSerialPort(portName, this))
+    , m_queryMode(mode)
+    , m_timeoutMs(settings.timeoutMs)
+{
+    m_port->setReadBufferSize(ReadBufferSize);
+    setBaudRate(settings.baudRate);
+    setDataBits(settings.dataBits);
+    setParity(settings.parity);
+    setStopBits(settings.stopBits);
+    setFlowControl(settings.flowControl);
+
+    connect(m_port, &QSerialPort::readyRead, this, [this] {
+        if (m_queryMode == EventDriven)
+            emit readyRead();
+    });
+    connect(m_port, &QSerialPort::bytesWritten, this, &TSerialPort::bytesWritten);
+    connect(m_port, &QSerialPort::errorOccurred, this,
+            [this](QSerialPort::SerialPortError error) { handleError(error); });
+}
+
+TSerialPort::~TSerialPort() = default;
+
+QString TSerialPort::portName() const
+{
+    return m_port->portName();
+}
+
+void TSerialPort::setPortName(const QString &name)
+{
+    m_port->setPortName(name);
+}
+
+bool TSerialPort::open(QIODevice::OpenMode mode)
+{
+    return m_port->open(mode);
+}
+
+void TSerialPort::close()
+{
+    if (m_port->isOpen())
+        m_port->close();
+}
+
+bool TSerialPort::isOpen() const
+{
+    return m_port->isOpen();
+}
+
+TSerialPort::Settings TSerialPort::settings() const
+{
+    Settings s;
+    s.baudRate = m_port->baudRate();
+    s.dataBits = m_port->dataBits();
+    s.parity = fromQt(m_port->parity());
+    s.stopBits = m_port->stopBits() == QSerialPort::TwoStop ? StopBits2 : StopBits1;
+    s.flowControl = fromQt(m_port->flowControl());
+    s.timeoutMs = m_timeoutMs;
+    return s;
+}
+
+void TSerialPort::setBaudRate(qint32 baudRate)
+{
+    m_port->setBaudRate(baudRate);
+}
+
+void TSerialPort::setDataBits(int dataBits)
+{
+    m_port->setDataBits(static_cast<QSerialPort::DataBits>(qBound(5, dataBits, 8)));
+}
+
+void TSerialPort::setParity(Parity parity)
+{
+    m_port->setParity(toQt(parity));
+}
+
+void TSerialPort::setStopBits(StopBits stopBits)
+{
+    m_port->setStopBits(stopBits == StopBits2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+}
+
+void TSerialPort::setFlowControl(FlowControl flowControl)
+{
+    m_port->setFlowControl(toQt(flowControl));
+}
+
+void TSerialPort::setTimeout(int milliseconds)
+{
+    m_timeoutMs = milliseconds;
+}
+
+TSerialPort::QueryMode TSerialPort::queryMode() const
+{
+    return m_queryMode;
+}
+
+void TSerialPort::setQueryMode(QueryMode mode)
+{
+    m_queryMode = mode;
+}
+
+qint64 TSerialPort::bytesAvailable() const
+{
+    return m_port->isOpen() ? m_port->bytesAvailable() : 0;
+}
+
+QByteArray TSerialPort::readAll()
+{
+    return m_port->isOpen() ? m_port->readAll() : QByteArray();
+}
+
+qint64 TSerialPort::write(const QByteArray &data)
+{
+    if (!m_port->isOpen())
+        return -1;
+    return m_port->write(data);
+}
+
+qint64 TSerialPort::bytesToWrite() const
+{
+    return m_port->isOpen() ? m_port->bytesToWrite() : 0;
+}
+
+void TSerialPort::discardOutput()
+{
+    if (m_port->isOpen())
+        m_port->clear(QSerialPort::Output);
+}
+
+void TSerialPort::handleError(int error)
+{
+    // Only a vanished device ends the session; a failed open is the caller's to see, and
+    // a single failed read or write on a live line is not worth closing over.
+    if (error != QSerialPort::ResourceError || !m_port->isOpen())
+        return;
+    m_port->close();
+    emit deviceLost();
+}
