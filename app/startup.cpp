@@ -2,12 +2,18 @@
 
 #include "app/globals.h"
 #include "app/userdialogs.h"
+#include "app/virtualboardplug.h"
+#include "boardlink/tusbdevcommand.h"
+#include "boardlink/virtualboard.h"
 #include "shell/tmainwidget.h"
 
 #include <QApplication>
 #include <QFont>
 #include <QSettings>
 #include <QTranslator>
+
+#include <cstdio>
+#include <memory>
 
 namespace Startup {
 
@@ -43,7 +49,7 @@ void applyLanguage(QApplication &app, const QString &folder, QSettings &settings
     gLanguage = 0;
 }
 
-int run(QApplication &app)
+int run(QApplication &app, const CommandLineOptions &options)
 {
     const QString folder = programFolder(QCoreApplication::applicationDirPath());
     QSettings settings(folder + QStringLiteral("settings.ini"), QSettings::IniFormat);
@@ -52,6 +58,17 @@ int run(QApplication &app)
 
     QApplication::setQuitOnLastWindowClosed(true);
     TMainWidget window;
+    if (options.virtualBoard != TUsbDevCommand::CPU_Unknown) {
+        auto board = std::make_shared<VirtualBoard>(options.virtualBoard);
+        if (!options.emmcSize.isEmpty())
+            board->setEmmcSize(options.emmcSize);
+        if (!options.traceFile.isEmpty() && !board->setTraceFile(options.traceFile)) {
+            std::fprintf(stderr, "ostrakit: cannot write the board trace to %s\n", qPrintable(options.traceFile));
+            return 2;
+        }
+        gUsbDevCommand->setTransport(board);
+        new VirtualBoardPlug(board, VirtualBoardPlug::kFirstPlugMs, VirtualBoardPlug::kReplugMs, &window);
+    }
     window.show();
     return QApplication::exec();
 }

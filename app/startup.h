@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/commandline.h"
+
 #include <QString>
 
 class QApplication;
@@ -16,7 +18,8 @@ QString programFolder(const QString &applicationDirPath);
 // and the program goes on in English.
 void applyLanguage(QApplication &app, const QString &folder, QSettings &settings);
 
-// The whole start: settings, language, the main window, the event loop.
-int run(QApplication &app);
+// The whole start: settings, language, the main window (with the virtual board, when
+// asked for), the event loop.
+int run(QApplication &app, const CommandLineOptions &options);
 
 } // namespace Startup

@@ -17,6 +17,13 @@
     </message>
 </context>
 <context>
+    <name>THomeView</name>
+    <message>
+        <source>Please wait while Ostrakit gathers H/W information...</source>
+        <translation>请稍候，Ostrakit 正在获取硬件信息...</translation>
+    </message>
+</context>
+<context>
     <name>TLanguageSettingView</name>
     <message>
         <source>Message</source>
@@ -36,6 +43,45 @@
     <message>
         <source>Board connected ( %1 )</source>
         <translation>开发板已连接 ( %1 )</translation>
+    </message>
+</context>
+<context>
+    <name>TMenu</name>
+    <message>
+        <source>My development board</source>
+        <translation>我的开发板</translation>
+    </message>
+    <message>
+        <source>Board is not connected</source>
+        <translation>开发板未连接</translation>
+    </message>
+    <message>
+        <source>Android</source>
+        <translation>Android</translation>
+    </message>
+    <message>
+        <source>Windows CE</source>
+        <translation>Windows CE</translation>
+    </message>
+    <message>
+        <source>Linux</source>
+        <translation>Linux</translation>
+    </message>
+    <message>
+        <source>User bin (No OS)</source>
+        <translation>用户程序（无操作系统）</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>关于</translation>
+    </message>
+    <message>
+        <source>Connected</source>
+        <translation>已连接</translation>
     </message>
 </context>
 <context>

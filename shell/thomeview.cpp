@@ -1,0 +1,70 @@
+#include "shell/thomeview.h"
+
+#include "app/globals.h"
+#include "shell/resourceonlybrowser.h"
+#include "shell/resourcetext.h"
+
+#include <QPainter>
+#include <QUrl>
+
+THomeView::THomeView(QWidget *parent)
+    : QWidget(parent)
+    , background(gLanguage == 1 ? QStringLiteral(":/homeviewbackground-cn.png")
+                                : QStringLiteral(":/homeviewbackground.png"))
+    , webView(new ResourceOnlyBrowser(this))
+{
+    // The pages draw their own bordered table; a second frame around it would only
+    // crowd the background picture.
+    webView->setFrameShape(QFrame::NoFrame);
+    webView->setGeometry(22, 142, 660, 395);
+}
+
+void THomeView::updateWebView(bool connected, const QString &text)
+{
+    const bool chinese = gLanguage == 1;
+    if (!connected) {
+        const QUrl help(chinese ? QStringLiteral("qrc:/homeview-cn.html") : QStringLiteral("qrc:/homeview.html"));
+        // setHtml() leaves the old source in place, and asking for the same source again
+        // would only scroll; the help page has to come back after the information page.
+        if (webView->source() == help)
+            webView->reload();
+        else
+            webView->setSource(help);
+        return;
+    }
+    QString info = text;
+    info.replace(QLatin1String("\n"), QLatin1String("<br>"));
+    QString page = readFile(chinese ? QStringLiteral(":/homeview_connected-cn.html")
+                                    : QStringLiteral(":/homeview_connected.html"));
+    // The boot loader formats its own lines (bold names and the like), so its text goes
+    // in as markup; the browser keeps it from reaching anything outside the program.
+    page.replace(QLatin1String("$HWINFO$"), info);
+    webView->setHtml(page);
+}
+
+void THomeView::USBConnected(bool connected)
+{
+    // Between the connection and the board's answer to the hardware questions the help
+    // page would be wrong, so say what is going on.
+    if (connected)
+        updateWebView(true, tr("Please wait while Ostrakit gathers H/W information..."));
+    else
+        updateWebView(false, QString());
+}
+
+void THomeView::USBNewDeviceAttached(QString HwInfo)
+{
+    updateWebView(true, HwInfo);
+}
+
+void THomeView::USBReportLog(int, QString) {}
+void THomeView::USBSendFinished(bool) {}
+void THomeView::USBSendMaxSize(int) {}
+void THomeView::USBSendCurrentPos(int) {}
+void THomeView::CpuRecognized() {}
+
+void THomeView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.drawPixmap(0, 0, background);
+}
