@@ -17,4 +17,16 @@ void information(QWidget *parent, const QString &title, const QString &text);
 using InformationHandler = std::function<void(QWidget *parent, const QString &title, const QString &text)>;
 void setInformationHandler(InformationHandler handler);
 
+// A file to open; empty when the user cancels.
+QString openFileName(QWidget *parent, const QString &caption, const QString &dir, const QString &filter);
+using OpenFileHandler =
+    std::function<QString(QWidget *parent, const QString &caption, const QString &dir, const QString &filter)>;
+void setOpenFileHandler(OpenFileHandler handler);
+
+// An existing folder, directories only and symbolic links left as they are (a DVD mounted
+// under "/media" is often reached through one); empty when the user cancels.
+QString existingDirectory(QWidget *parent, const QString &caption, const QString &dir);
+using DirectoryHandler = std::function<QString(QWidget *parent, const QString &caption, const QString &dir)>;
+void setDirectoryHandler(DirectoryHandler handler);
+
 } // namespace UserDialogs
