@@ -17,6 +17,12 @@ OpenFileNameHandler &openFileNameHandler()
     static OpenFileNameHandler handler;
     return handler;
 }
+
+DirectoryHandler &directoryHandler()
+{
+    static DirectoryHandler handler;
+    return handler;
+}
 } // namespace
 
 void information(QWidget *parent, const QString &title, const QString &text)
@@ -43,6 +49,19 @@ QString getOpenFileName(QWidget *parent, const QString &caption, const QString &
 void setOpenFileNameHandler(OpenFileNameHandler handler)
 {
     openFileNameHandler() = std::move(handler);
+}
+
+QString existingDirectory(QWidget *parent, const QString &caption, const QString &dir)
+{
+    if (directoryHandler())
+        return directoryHandler()(parent, caption, dir);
+    return QFileDialog::getExistingDirectory(parent, caption, dir,
+                                             QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks);
+}
+
+void setDirectoryHandler(DirectoryHandler handler)
+{
+    directoryHandler() = std::move(handler);
 }
 
 } // namespace UserDialogs

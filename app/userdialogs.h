@@ -26,4 +26,10 @@ using OpenFileNameHandler = std::function<QString(QWidget *parent, const QString
                                                   const QString &dir, const QString &filter)>;
 void setOpenFileNameHandler(OpenFileNameHandler handler);
 
+// An existing folder, directories only and symbolic links left as they are (a DVD mounted
+// under "/media" is often reached through one); empty when the user cancels.
+QString existingDirectory(QWidget *parent, const QString &caption, const QString &dir);
+using DirectoryHandler = std::function<QString(QWidget *parent, const QString &caption, const QString &dir)>;
+void setDirectoryHandler(DirectoryHandler handler);
+
 } // namespace UserDialogs

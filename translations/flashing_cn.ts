@@ -75,5 +75,112 @@
         <source>Incorrect directory, Cannot find the file &quot;Velkaro.ini&quot;.</source>
         <translation>目录不正确，找不到文件“Velkaro.ini”。</translation>
     </message>
+    <message>
+        <source>Please choose the user-bin to run: </source>
+        <translation>请选择要运行的用户程序：</translation>
+    </message>
+    <message>
+        <source>Please choose the user-bin to flash: </source>
+        <translation>请选择要烧写的用户程序：</translation>
+    </message>
+    <message>
+        <source>Select the files for flash your board:</source>
+        <translation>请选择要烧写到开发板的文件：</translation>
+    </message>
+    <message>
+        <source>Flash options</source>
+        <translation>烧写选项</translation>
+    </message>
+    <message>
+        <source>Low format flash</source>
+        <translation>低级格式化闪存</translation>
+    </message>
+    <message>
+        <source>Skip cali</source>
+        <translation>跳过校准</translation>
+    </message>
+    <message>
+        <source>Enable HDMI, Resolution: </source>
+        <translation>启用 HDMI，分辨率：</translation>
+    </message>
+    <message>
+        <source>RAM Address (Download/Loading): 0x</source>
+        <translation>内存地址（下载/加载）：0x</translation>
+    </message>
+    <message>
+        <source>Image will be loaded here by Halvorn.</source>
+        <translation>Halvorn 会把映像加载到这里。</translation>
+    </message>
+    <message>
+        <source>Download and run</source>
+        <translation>下载并运行</translation>
+    </message>
+    <message>
+        <source>Install to NAND Flash</source>
+        <translation>安装到 NAND 闪存</translation>
+    </message>
+    <message>
+        <source>Select all</source>
+        <translation>全选</translation>
+    </message>
+    <message>
+        <source>Invert Selection</source>
+        <translation>反选</translation>
+    </message>
+    <message>
+        <source>Location &quot;images&quot; path</source>
+        <translation>定位“images”路径</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清除</translation>
+    </message>
+    <message>
+        <source>Download and Run</source>
+        <translation>下载并运行</translation>
+    </message>
+    <message>
+        <source>Start flashing</source>
+        <translation>开始烧写</translation>
+    </message>
+    <message>
+        <source>Flashing...</source>
+        <translation>正在烧写...</translation>
+    </message>
+    <message>
+        <source>Information</source>
+        <translation>信息</translation>
+    </message>
+    <message>
+        <source>Select the images directory from DVD</source>
+        <translation>从光盘选择 images 目录</translation>
+    </message>
+    <message>
+        <source>Select File</source>
+        <translation>选择文件</translation>
+    </message>
+    <message>
+        <source>Image Files(*)</source>
+        <translation>映像文件(*)</translation>
+    </message>
+</context>
+<context>
+    <name>TransferRate</name>
+    <message>
+        <source>%1 B/s</source>
+        <translation>%1 B/s</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <source>%1 · %2 · %3 left</source>
+        <translation>%1 · %2 · 剩余 %3</translation>
+    </message>
 </context>
 </TS>
