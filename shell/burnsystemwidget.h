@@ -1,13 +1,63 @@
 #pragma once
 
+#include <QList>
+#include <QString>
 #include <QWidget>
 
-// The download page under the "Download" tab.
-// EMPTY PLACEHOLDER: only the class exists so that the main window can hold it; the menu,
-// the views and the board slots are not written yet.
+class QPushButton;
+class TAboutView;
+class TConfigView;
+class THomeView;
+class TLanguageSettingView;
+class TMenu;
+
+// The page under the "Download" tab: the menu and "Quick Boot" on the left, and on the
+// right a stack of views addressed by name, one visible at a time.
 class BurnSystemWidget : public QWidget
 {
     Q_OBJECT
 public:
     explicit BurnSystemWidget(QWidget *parent = nullptr);
+
+    QString currentViewName() const { return currentView; }
+    // The view shown now, or null when every view is hidden.
+    QWidget *visibleView() const;
+    // The configuration page of a view kind (0 Android ... 4 user bin install).
+    TConfigView *configView(int kind) const;
+    TMenu *menu() const { return menuWidget; }
+    THomeView *homeView() const { return home; }
+    QPushButton *quickBootButton() const { return quickBoot; }
+
+public Q_SLOTS:
+    void needEnableControler(bool enabled, int elseView);
+    void imagesPathUpdatedSlot();
+    void quickStartButtonClicked();
+    void USBConnected(bool connected);
+    void USBSendFinished(bool result);
+    void USBReportLog(int logCatalog, QString msg);
+    void USBSendMaxSize(int MaxSize);
+    void USBSendCurrentPos(int Pos);
+    void USBNewDeviceAttached(QString HwInfo);
+    void CpuRecognized();
+    void switchView(const QString &name);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    bool boardPresent() const;
+
+    TMenu *menuWidget = nullptr;
+    THomeView *home = nullptr;
+    TAboutView *about = nullptr;
+    TLanguageSettingView *language = nullptr;
+    TConfigView *androidView = nullptr;
+    TConfigView *winCEView = nullptr;
+    TConfigView *linuxView = nullptr;
+    TConfigView *nonOSViewRun = nullptr;
+    TConfigView *nonOSViewInstall = nullptr;
+    QList<QWidget *> views;
+    QPushButton *quickBoot = nullptr;
+    QString currentView = QStringLiteral("homeView");
 };

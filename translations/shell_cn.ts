@@ -2,6 +2,17 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>BurnSystemWidget</name>
+    <message>
+        <source>Quick Boot</source>
+        <translation>快速启动</translation>
+    </message>
+    <message>
+        <source>Please wait while Ostrakit gathers H/W information...</source>
+        <translation>请稍候，Ostrakit 正在获取硬件信息...</translation>
+    </message>
+</context>
+<context>
     <name>TAboutView</name>
     <message>
         <source>Check for updates</source>
