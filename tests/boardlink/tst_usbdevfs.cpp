@@ -7,6 +7,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <numeric>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -28,10 +29,7 @@ namespace {
 
 QByteArray bytes(std::initializer_list<int> values)
 {
-    QByteArray out;
-    for (int v : values)
-        out.append(char(v));
-    return out;
+    return std::accumulate(values.begin(), values.end(), QByteArray(), [](QByteArray b, int v) { return b += char(v); });
 }
 
 QByteArray deviceDescriptor(uint16_t vendor = 0x18d1, uint8_t serialIndex = 0)
@@ -311,9 +309,7 @@ private slots:
 
         // Product id, device class, endpoints and serial number play no part.
         info.product_id = 0xffff;
-        info.device_class = 0x09;
-        info.device_subclass = 0x01;
-        info.device_protocol = 0x02;
+        info.device_class = 0x09, info.device_subclass = 0x01, info.device_protocol = 0x02;
         info.bulk_in_present = info.bulk_out_present = 0;
         qstrcpy(info.serial, "anything");
         QTEST(match_android_fastboot_driver(&info), "result");
@@ -335,16 +331,10 @@ private slots:
         QCOMPARE(m_fake.claims, (QList<QPair<QByteArray, unsigned>>{{nodePath("001/004"), 3u}}));
 
         QCOMPARE(offered.size(), 1);
-        const usb_ifc_info &info = offered[0];
-        QCOMPARE(info.vendor_id, uint16_t(0x0bb4));
-        QCOMPARE(info.product_id, uint16_t(0x4ee0));
-        QCOMPARE(info.interface_class, uint8_t(0xff));
-        QCOMPARE(info.interface_subclass, uint8_t(0x42));
-        QCOMPARE(info.interface_protocol, uint8_t(0x03));
-        QCOMPARE(info.bulk_in_present, uint8_t(1));
-        QCOMPARE(info.bulk_out_present, uint8_t(1));
-        QCOMPARE(info.node_writable, uint8_t(1));
-        QCOMPARE(info.serial[0], '\0');
+        const usb_ifc_info &i = offered[0]; // vendor, product, class, subclass, protocol, IN, OUT, writable, serial
+        QCOMPARE((QList<int>{i.vendor_id, i.product_id, i.interface_class, i.interface_subclass, i.interface_protocol,
+                             i.bulk_in_present, i.bulk_out_present, i.node_writable, i.serial[0]}),
+                 (QList<int>{0x0bb4, 0x4ee0, 0xff, 0x42, 0x03, 1, 1, 1, 0}));
 
         QCOMPARE(usb_close(h), 0);
         QCOMPARE(h->desc, -1);
@@ -554,13 +544,9 @@ private slots:
         QCOMPARE(m_fake.controls.size(), index ? 1 : 0);
         if (!index)
             return;
-        const usbdevfs_ctrltransfer &ctrl = m_fake.controls[0];
-        QCOMPARE(int(ctrl.bRequestType), 0x80);
-        QCOMPARE(int(ctrl.bRequest), 6);
-        QCOMPARE(int(ctrl.wValue), 0x0307);
-        QCOMPARE(int(ctrl.wIndex), 0);
-        QCOMPARE(int(ctrl.wLength), 256);
-        QCOMPARE(int(ctrl.timeout), 50);
+        const usbdevfs_ctrltransfer &c = m_fake.controls[0]; // GET_DESCRIPTOR of string 7, 256 bytes, 50 ms
+        QCOMPARE((QList<int>{c.bRequestType, c.bRequest, c.wValue, c.wIndex, c.wLength, int(c.timeout)}),
+                 (QList<int>{0x80, 6, 0x0307, 0, 256, 50}));
         QVERIFY(m_fake.controlBufferWasZeroed);
     }
 
