@@ -73,7 +73,6 @@ private slots:
     // controls; the texts are what the user reads.
     void controls()
     {
-
         const QString colon(QChar(0xff1a));
         const struct { const char *name, *cls; QString text; } rows[] = {
             {"label_10", "QLabel", "Recv" + colon}, {"showBackCheckBox", "QCheckBox", "Echo"},
@@ -209,10 +208,10 @@ private slots:
         QVERIFY(!c.led()->isOn());
         QVERIFY(!c.timer("pollTimer")->isActive());
         QCOMPARE(c.timer("pollTimer")->interval(), 40);
-        QCOMPARE(c.timer("sendFileTimer")->interval(), 0);
-        QVERIFY(!c.timer("sendFileTimer")->isSingleShot());
-        QCOMPARE(c.timer("autoSendTimer")->interval(), 1000);
-        QVERIFY(!c.timer("autoSendTimer")->isSingleShot());
+        for (const auto &[timer, interval] : {std::pair("sendFileTimer", 0), std::pair("autoSendTimer", 1000)}) {
+            QCOMPARE(c.timer(timer)->interval(), interval);
+            QVERIFY(!c.timer(timer)->isSingleShot());
+        }
 
         auto *timeout = c.get<QSpinBox>("timeoutBox");
         QCOMPARE(timeout->minimum(), -1);
