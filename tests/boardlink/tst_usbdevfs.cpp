@@ -377,32 +377,26 @@ private slots:
         QTest::newRow("17 bytes") << good.left(17) << 0;
         QTest::newRow("device only") << good.left(18) << 0;
         QTest::newRow("8 bytes after device") << good.left(26) << 0;
-        QTest::newRow("device bLength 0") << with(good, Device, 0) << 0;
-        QTest::newRow("device bLength 17") << with(good, Device, 17) << 0;
-        QTest::newRow("device bLength beyond data") << with(good, Device, 51) << 0;
-        QTest::newRow("device type 2") << with(good, Device + 1, 2) << 0;
-        QTest::newRow("config bLength 0") << with(good, Config, 0) << 0;
-        QTest::newRow("config bLength 8") << with(good, Config, 8) << 0;
-        QTest::newRow("config bLength beyond data") << with(good, Config, 33) << 0;
-        QTest::newRow("config type 4") << with(good, Config + 1, 4) << 0;
+        // Lengths too short, past the data and far past it (255), and a wrong descriptor type.
+        const struct { const char *name; int at; int lengths[4]; int type; } fields[] = {
+            {"device", Device, {0, 17, 51, 255}, 2}, {"config", Config, {0, 8, 33, 255}, 4},
+            {"interface", Interface, {0, 8, 24, 255}, 5}};
+        for (const auto &f : fields) {
+            for (int length : f.lengths)
+                QTest::addRow("%s bLength %d", f.name, length) << with(good, f.at, length) << 0;
+            QTest::addRow("%s type %d", f.name, f.type) << with(good, f.at + 1, f.type) << 0;
+        }
         QTest::newRow("no interfaces") << deviceDescriptor() + configDescriptor(0) << 0;
         QTest::newRow("interface missing") << good.left(27) << 0;
         QTest::newRow("interface cut short") << good.left(30) << 0;
-        QTest::newRow("interface bLength 0") << with(good, Interface, 0) << 0;
-        QTest::newRow("interface bLength 8") << with(good, Interface, 8) << 0;
-        QTest::newRow("interface bLength beyond data") << with(good, Interface, 24) << 0;
-        QTest::newRow("interface type 5") << with(good, Interface + 1, 5) << 0;
         QTest::newRow("protocol 0x01") << with(good, Interface + 7, 0x01) << 1;
         QTest::newRow("subclass 0x43") << with(good, Interface + 6, 0x43) << 1;
         QTest::newRow("class 0xfe") << with(good, Interface + 5, 0xfe) << 1;
 
         const QByteArray foreign = downloadDevice(0x1234); // offered, never accepted
         QTest::newRow("unknown vendor") << foreign << 1;
-        QTest::newRow("device bLength 255") << with(foreign, Device, 255) << 0;
         QTest::newRow("device bLength 255, 18 bytes") << with(foreign.left(18), Device, 255) << 0;
-        QTest::newRow("config bLength 255") << with(foreign, Config, 255) << 0;
         QTest::newRow("config bLength 255, 9 bytes") << with(foreign.left(27), Config, 255) << 0;
-        QTest::newRow("interface bLength 255") << with(foreign, Interface, 255) << 0;
         QTest::newRow("endpoint bLength 255") << with(foreign, FirstEndpoint, 255) << 1;
         QTest::newRow("last endpoint bLength 8") << with(foreign, SecondEndpoint, 8) << 1;
         QTest::newRow("255 interfaces") << with(foreign, Config + 4, 255) << 1;
@@ -441,9 +435,8 @@ private slots:
         QTest::newRow("endpoints missing") << good.left(36) << 0 << 0;
         QTest::newRow("second endpoint missing") << good.left(43) << 0x81 << 0;
         QTest::newRow("second endpoint cut short") << good.left(47) << 0x81 << 0;
-        QTest::newRow("first endpoint bLength 0") << with(good, FirstEndpoint, 0) << 0 << 0;
-        QTest::newRow("first endpoint bLength 6") << with(good, FirstEndpoint, 6) << 0 << 0;
-        QTest::newRow("first endpoint bLength beyond data") << with(good, FirstEndpoint, 15) << 0 << 0;
+        for (int length : {0, 6, 15 /* beyond the data */})
+            QTest::addRow("first endpoint bLength %d", length) << with(good, FirstEndpoint, length) << 0 << 0;
         QTest::newRow("second endpoint bLength beyond data") << with(good, SecondEndpoint, 8) << 0x81 << 0;
         QTest::newRow("second endpoint type 4") << with(good, SecondEndpoint + 1, 4) << 0x81 << 0;
         QTest::newRow("interrupt endpoints only")
