@@ -1,26 +1,13 @@
-// The usbdevfs layer against folders of crafted descriptor files and a scripted ioctl.
-//
-// The tests stand in for the operating system through the UsbSystemCalls seam: the root
-// folder is a QTemporaryDir laid out like /dev/bus/usb (bus folders holding device
-// files), open() can refuse O_RDWR on chosen nodes (the tests run as root, so a
-// read-only node has to be simulated), ioctl answers claims, the string descriptor and
-// bulk transfers from a script, and sleep is recorded instead of slept.
+// The usbdevfs layer against crafted descriptor files and a scripted ioctl, all through
+// the UsbSystemCalls seam: the root is a temporary folder laid out like /dev/bus/usb, open()
+// can refuse O_RDWR (the tests run as root), and sleep is recorded instead of slept.
 
 #include "boardlink/usbdevfs.h"
 
-#include <QByteArray>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QHash>
-#include <QList>
-#include <QSet>
-#include <QTemporaryDir>
-#include <QTemporaryFile>
 #include <QtTest>
 
 #include <algorithm>
+#include <numeric>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -40,97 +27,70 @@
 
 namespace {
 
-// ---------------------------------------------------------------------------------------
-// Descriptor bytes
-
 QByteArray bytes(std::initializer_list<int> values)
 {
-    QByteArray out;
-    for (int v : values)
-        out.append(char(v));
-    return out;
+    return std::accumulate(values.begin(), values.end(), QByteArray(), [](QByteArray b, int v) { return b += char(v); });
 }
 
 QByteArray deviceDescriptor(uint16_t vendor = 0x18d1, uint8_t serialIndex = 0)
 {
-    return bytes({18, 1, 0x00, 0x02, 0, 0, 0, 64, vendor & 0xff, vendor >> 8, 0xe0, 0x4e,
-                  0x00, 0x01, 1, 2, serialIndex, 1});
+    return bytes({18, 1, 0x00, 0x02, 0, 0, 0, 64, vendor & 0xff, vendor >> 8, 0xe0, 0x4e, 0x00, 0x01, 1, 2,
+                  serialIndex, 1});
 }
-
-QByteArray configDescriptor(uint8_t interfaces)
-{
-    return bytes({9, 2, 0, 0, interfaces, 1, 0, 0x80, 50});
-}
-
-QByteArray interfaceDescriptor(uint8_t number, uint8_t endpoints, uint8_t cls = 0xff,
-                               uint8_t subclass = 0x42, uint8_t protocol = 0x03)
+QByteArray configDescriptor(uint8_t interfaces) { return bytes({9, 2, 0, 0, interfaces, 1, 0, 0x80, 50}); }
+QByteArray interfaceDescriptor(uint8_t number, uint8_t endpoints, uint8_t cls = 0xff, uint8_t subclass = 0x42,
+                               uint8_t protocol = 0x03)
 {
     return bytes({9, 4, number, 0, endpoints, cls, subclass, protocol, 0});
 }
-
 constexpr int kBulk = 2;
 constexpr int kInterrupt = 3;
-
 QByteArray endpointDescriptor(uint8_t address, uint8_t attributes = kBulk)
 {
     return bytes({7, 5, address, attributes, 0x00, 0x02, 0});
 }
-
 QByteArray downloadInterface(uint8_t number = 0)
 {
     return interfaceDescriptor(number, 2) + endpointDescriptor(0x81) + endpointDescriptor(0x01);
 }
-
 // Device (0..17), configuration (18..26), interface (27..35), bulk IN 0x81 (36..42),
 // bulk OUT 0x01 (43..49): 50 bytes.
 QByteArray downloadDevice(uint16_t vendor = 0x18d1, uint8_t serialIndex = 0)
 {
     return deviceDescriptor(vendor, serialIndex) + configDescriptor(1) + downloadInterface();
 }
-
 enum Offset { Device = 0, Config = 18, Interface = 27, FirstEndpoint = 36, SecondEndpoint = 43 };
-
 QByteArray with(QByteArray data, int offset, int value)
 {
     data[offset] = char(value);
     return data;
 }
 
-// ---------------------------------------------------------------------------------------
-// The stand-in operating system
-
 struct BulkCall {
-    unsigned ep;
-    unsigned len;
-    unsigned timeout;
+    unsigned ep, len, timeout;
     const void *data;
 };
 
 struct FakeSystem {
     QByteArray root;
-    QSet<QByteArray> readOnly;   // open(O_RDWR) fails, open(O_RDONLY) works
-    QSet<QByteArray> unopenable; // every open fails
-    QList<QPair<QByteArray, int>> opens;  // path and access mode of every open call
-    QHash<int, QByteArray> openFiles;     // real descriptors of the crafted files
+    QSet<QByteArray> readOnly;           // open(O_RDWR) fails, open(O_RDONLY) works
+    QSet<QByteArray> unopenable;         // every open fails
+    QList<QPair<QByteArray, int>> opens; // path and access mode of every open call
+    QHash<int, QByteArray> openFiles;    // real descriptors of the crafted files
     QList<int> closes;
     QList<size_t> readSizes;
-
     void *poisoned = nullptr;
     size_t poisonedSize = 0;
-
     int claimFailures = 0; // the next N claims fail
     QList<QPair<QByteArray, unsigned>> claims;
-
     int serialResult = 0;
     QByteArray serialAnswer;
     QList<usbdevfs_ctrltransfer> controls;
     bool controlBufferWasZeroed = true;
-
     QList<int> bulkScript; // results of the next transfers; an empty script moves everything
     int bulkErrno = EIO;
     QList<BulkCall> bulks;
     QList<QByteArray> written;
-
     QList<unsigned> sleeps;
 };
 
@@ -152,16 +112,14 @@ int fakeOpen(const char *path, int flags)
         errno = EACCES;
         return -1;
     }
-    // The crafted files are only ever read.
-    const int fd = ::open(path, O_RDONLY);
+    const int fd = ::open(path, O_RDONLY); // the crafted files are only ever read
     if (fd >= 0)
         fake->openFiles.insert(fd, path);
     return fd;
 }
 
-// Hands out exactly the file's bytes. The rest of the caller's buffer was never written, so
-// under AddressSanitizer it is poisoned until the caller is done with the descriptors (its
-// next claim or close): a look past the bytes read is then reported, not silently allowed.
+// Hands out exactly the file's bytes and, under AddressSanitizer, poisons the rest of the
+// buffer until the caller's next claim or close, so a look past the bytes read is reported.
 ssize_t fakeRead(int fd, void *buf, size_t count)
 {
     fake->readSizes.append(count);
@@ -180,9 +138,7 @@ int fakeClose(int fd)
 {
     unpoison();
     fake->closes.append(fd);
-    if (fake->openFiles.remove(fd))
-        return ::close(fd);
-    return 0;
+    return fake->openFiles.remove(fd) ? ::close(fd) : 0;
 }
 
 int fakeIoctl(int fd, unsigned long request, void *arg)
@@ -190,12 +146,11 @@ int fakeIoctl(int fd, unsigned long request, void *arg)
     if (request == USBDEVFS_CLAIMINTERFACE) {
         unpoison();
         fake->claims.append({fake->openFiles.value(fd), *static_cast<unsigned *>(arg)});
-        if (fake->claimFailures > 0) {
-            --fake->claimFailures;
-            errno = EBUSY;
-            return -1;
-        }
-        return 0;
+        if (fake->claimFailures <= 0)
+            return 0;
+        --fake->claimFailures;
+        errno = EBUSY;
+        return -1;
     }
     if (request == USBDEVFS_CONTROL) {
         auto *ctrl = static_cast<usbdevfs_ctrltransfer *>(arg);
@@ -213,11 +168,9 @@ int fakeIoctl(int fd, unsigned long request, void *arg)
         auto *bulk = static_cast<usbdevfs_bulktransfer *>(arg);
         fake->bulks.append({bulk->ep, bulk->len, bulk->timeout, bulk->data});
         const int result = fake->bulkScript.isEmpty() ? int(bulk->len) : fake->bulkScript.takeFirst();
-        if (result < 0) {
+        if (result < 0)
             errno = fake->bulkErrno;
-            return result;
-        }
-        if (bulk->ep & 0x80)
+        else if (bulk->ep & 0x80)
             memset(bulk->data, 'r', size_t(result));
         else
             fake->written.append(QByteArray(static_cast<const char *>(bulk->data), int(bulk->len)));
@@ -227,10 +180,7 @@ int fakeIoctl(int fd, unsigned long request, void *arg)
     return -1;
 }
 
-void fakeSleep(unsigned seconds)
-{
-    fake->sleeps.append(seconds);
-}
+void fakeSleep(unsigned seconds) { fake->sleeps.append(seconds); }
 
 QList<usb_ifc_info> offered;
 
@@ -241,138 +191,37 @@ int recordingMatch(usb_ifc_info *info)
     return match_android_fastboot_driver(info);
 }
 
-// Captures what a call writes to standard error.
-class StderrCapture
+// What `call` writes to standard error.
+template<class Call>
+QByteArray stderrOf(Call call)
 {
-public:
-    StderrCapture()
-    {
-        m_file.open();
-        fflush(stderr);
-        m_saved = dup(STDERR_FILENO);
-        dup2(m_file.handle(), STDERR_FILENO);
-    }
-    ~StderrCapture() { restore(); }
-    QByteArray text()
-    {
-        restore();
-        m_file.seek(0);
-        return m_file.readAll();
-    }
+    QTemporaryFile file;
+    file.open();
+    fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    dup2(file.handle(), STDERR_FILENO);
+    call();
+    fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    file.seek(0);
+    return file.readAll();
+}
 
-private:
-    void restore()
+// Closes and frees what usb_open() handed out.
+struct Opened {
+    usb_handle *h;
+    ~Opened()
     {
-        if (m_saved < 0)
-            return;
-        fflush(stderr);
-        dup2(m_saved, STDERR_FILENO);
-        ::close(m_saved);
-        m_saved = -1;
+        if (h) {
+            usb_close(h);
+            free(h);
+        }
     }
-    QTemporaryFile m_file;
-    int m_saved = -1;
+    usb_handle *operator->() const { return h; }
 };
 
-} // namespace
-
-class TestUsbDevfs : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-
-    void matchRule_data();
-    void matchRule();
-
-    void acceptsDownloadInterface();
-    void readOnlyNodeIsStillExamined();
-    void unopenableNodeIsSkipped();
-    void rejectedDescriptors_data();
-    void rejectedDescriptors();
-    void lengthsPastTheBytesRead_data();
-    void lengthsPastTheBytesRead();
-    void endpointWalk_data();
-    void endpointWalk();
-    void laterInterfaceAndEndpointsCount();
-    void serialNumber_data();
-    void serialNumber();
-    void noSerialWithoutIndex();
-    void nonDigitNamesAreSkipped();
-    void failedClaimMovesToNextNode();
-    void failedClaimSkipsRestOfDevice();
-    void missingRootGivesNull();
-
-    void writeInPieces_data();
-    void writeInPieces();
-    void writeShortPieceFails();
-    void writeFailedPieceFails();
-    void writeWithoutOutEndpoint();
-    void zeroLengthWrite();
-    void zeroLengthWriteFailure();
-
-    void readShortAnswer();
-    void readInPieces();
-    void readStopsAtShortPiece();
-    void readRetriesFailedTransfers();
-    void readGivesUpAfterSixFailures();
-    void readWithoutInEndpoint();
-    void readNothing_data();
-    void readNothing();
-
-    void closeAndKick();
-
-private:
-    // Writes one device file below the root, making the bus folder as needed.
-    void addNode(const QString &relative, const QByteArray &data);
-    QByteArray nodePath(const QString &relative) const;
-    usb_handle *openWithRecording() { return usb_open(recordingMatch); }
-    usb_handle handle(unsigned char in, unsigned char out) const;
-    int openDescriptors() const { return int(fake->openFiles.size()); }
-
-    QTemporaryDir *m_dir = nullptr;
-    FakeSystem m_fake;
-};
-
-void TestUsbDevfs::init()
-{
-    m_dir = new QTemporaryDir;
-    QVERIFY(m_dir->isValid());
-    m_fake = FakeSystem();
-    m_fake.root = QFile::encodeName(m_dir->path());
-    fake = &m_fake;
-    offered.clear();
-    usb_set_system_calls({m_fake.root.constData(), fakeOpen, fakeRead, fakeClose, fakeIoctl, fakeSleep});
-}
-
-void TestUsbDevfs::cleanup()
-{
-    unpoison();
-    usb_reset_system_calls();
-    for (int fd : m_fake.openFiles.keys())
-        ::close(fd);
-    fake = nullptr;
-    delete m_dir;
-    m_dir = nullptr;
-}
-
-void TestUsbDevfs::addNode(const QString &relative, const QByteArray &data)
-{
-    const QString path = m_dir->filePath(relative);
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(data), data.size());
-}
-
-QByteArray TestUsbDevfs::nodePath(const QString &relative) const
-{
-    return m_fake.root + '/' + QFile::encodeName(relative);
-}
-
-usb_handle TestUsbDevfs::handle(unsigned char in, unsigned char out) const
+usb_handle handle(unsigned char in, unsigned char out)
 {
     usb_handle h;
     memset(&h, 0, sizeof h);
@@ -382,613 +231,500 @@ usb_handle TestUsbDevfs::handle(unsigned char in, unsigned char out) const
     return h;
 }
 
-// ---------------------------------------------------------------------------------------
-// Match rule
+int openDescriptors() { return int(fake->openFiles.size()); }
 
-void TestUsbDevfs::matchRule_data()
+} // namespace
+
+class TestUsbDevfs : public QObject
 {
-    QTest::addColumn<int>("vendor");
-    QTest::addColumn<int>("cls");
-    QTest::addColumn<int>("subclass");
-    QTest::addColumn<int>("protocol");
-    QTest::addColumn<int>("result");
+    Q_OBJECT
 
-    for (int vendor : {0x8087, 0x18d1, 0x0451, 0x0502, 0x0fce, 0x05c6, 0x22b8, 0x0955, 0x413c,
-                       0x2314, 0x0b05, 0x0bb4})
-        QTest::addRow("vendor %04x", vendor) << vendor << 0xff << 0x42 << 0x03 << 0;
-    QTest::newRow("unknown vendor") << 0x1234 << 0xff << 0x42 << 0x03 << -1;
-    QTest::newRow("vendor 0") << 0x0000 << 0xff << 0x42 << 0x03 << -1;
-    QTest::newRow("protocol 0x01") << 0x18d1 << 0xff << 0x42 << 0x01 << -1;
-    QTest::newRow("subclass 0x43") << 0x18d1 << 0xff << 0x43 << 0x03 << -1;
-    QTest::newRow("class 0xfe") << 0x18d1 << 0xfe << 0x42 << 0x03 << -1;
-}
+    QTemporaryDir *m_dir = nullptr;
+    FakeSystem m_fake;
 
-void TestUsbDevfs::matchRule()
-{
-    QFETCH(int, vendor);
-    QFETCH(int, cls);
-    QFETCH(int, subclass);
-    QFETCH(int, protocol);
-    QFETCH(int, result);
-
-    usb_ifc_info info;
-    memset(&info, 0, sizeof info);
-    info.vendor_id = uint16_t(vendor);
-    info.interface_class = uint8_t(cls);
-    info.interface_subclass = uint8_t(subclass);
-    info.interface_protocol = uint8_t(protocol);
-    QCOMPARE(match_android_fastboot_driver(&info), result);
-
-    // Product id, device class, endpoints and serial number play no part.
-    info.product_id = 0xffff;
-    info.device_class = 0x09;
-    info.device_subclass = 0x01;
-    info.device_protocol = 0x02;
-    info.bulk_in_present = 0;
-    info.bulk_out_present = 0;
-    qstrcpy(info.serial, "anything");
-    QCOMPARE(match_android_fastboot_driver(&info), result);
-}
-
-// ---------------------------------------------------------------------------------------
-// Device search
-
-void TestUsbDevfs::acceptsDownloadInterface()
-{
-    addNode("001/004", deviceDescriptor(0x0bb4) + configDescriptor(1)
-                           + interfaceDescriptor(3, 2) + endpointDescriptor(0x82)
-                           + endpointDescriptor(0x02));
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(QByteArray(h->fname), nodePath("001/004"));
-    QVERIFY(h->desc >= 0);
-    QCOMPARE(int(h->ep_in), 0x82);
-    QCOMPARE(int(h->ep_out), 0x02);
-
-    QCOMPARE(m_fake.opens.size(), 1);
-    QCOMPARE(m_fake.opens[0].second, O_RDWR);
-    QCOMPARE(m_fake.readSizes, QList<size_t>{1024});
-    QCOMPARE(m_fake.claims.size(), 1);
-    QCOMPARE(m_fake.claims[0].first, nodePath("001/004"));
-    QCOMPARE(m_fake.claims[0].second, 3u);
-
-    QCOMPARE(offered.size(), 1);
-    const usb_ifc_info &info = offered[0];
-    QCOMPARE(info.vendor_id, uint16_t(0x0bb4));
-    QCOMPARE(info.product_id, uint16_t(0x4ee0));
-    QCOMPARE(info.interface_class, uint8_t(0xff));
-    QCOMPARE(info.interface_subclass, uint8_t(0x42));
-    QCOMPARE(info.interface_protocol, uint8_t(0x03));
-    QCOMPARE(info.bulk_in_present, uint8_t(1));
-    QCOMPARE(info.bulk_out_present, uint8_t(1));
-    QCOMPARE(info.node_writable, uint8_t(1));
-    QCOMPARE(info.serial[0], '\0');
-
-    QCOMPARE(usb_close(h), 0);
-    QCOMPARE(h->desc, -1);
-    QCOMPARE(openDescriptors(), 0);
-    free(h);
-}
-
-void TestUsbDevfs::readOnlyNodeIsStillExamined()
-{
-    addNode("002/001", downloadDevice());
-    m_fake.readOnly.insert(nodePath("002/001"));
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(QByteArray(h->fname), nodePath("002/001"));
-    QCOMPARE(m_fake.opens.size(), 2);
-    QCOMPARE(m_fake.opens[0].second, O_RDWR);
-    QCOMPARE(m_fake.opens[1].second, O_RDONLY);
-    QCOMPARE(offered.size(), 1);
-    QCOMPARE(offered[0].node_writable, uint8_t(0));
-
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::unopenableNodeIsSkipped()
-{
-    addNode("001/001", downloadDevice());
-    m_fake.unopenable.insert(nodePath("001/001"));
-
-    QCOMPARE(openWithRecording(), nullptr);
-    QCOMPARE(m_fake.opens.size(), 2);
-    QVERIFY(m_fake.readSizes.isEmpty());
-    QVERIFY(offered.isEmpty());
-}
-
-void TestUsbDevfs::rejectedDescriptors_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<int>("offers"); // interfaces shown to the match rule
-
-    const QByteArray good = downloadDevice();
-    QTest::newRow("empty node") << QByteArray() << 0;
-    QTest::newRow("17 bytes") << good.left(17) << 0;
-    QTest::newRow("device only") << good.left(18) << 0;
-    QTest::newRow("8 bytes after device") << good.left(26) << 0;
-    QTest::newRow("device bLength 0") << with(good, Device, 0) << 0;
-    QTest::newRow("device bLength 17") << with(good, Device, 17) << 0;
-    QTest::newRow("device bLength beyond data") << with(good, Device, 51) << 0;
-    QTest::newRow("device type 2") << with(good, Device + 1, 2) << 0;
-    QTest::newRow("config bLength 0") << with(good, Config, 0) << 0;
-    QTest::newRow("config bLength 8") << with(good, Config, 8) << 0;
-    QTest::newRow("config bLength beyond data") << with(good, Config, 33) << 0;
-    QTest::newRow("config type 4") << with(good, Config + 1, 4) << 0;
-    QTest::newRow("no interfaces") << deviceDescriptor() + configDescriptor(0) << 0;
-    QTest::newRow("interface missing") << good.left(27) << 0;
-    QTest::newRow("interface cut short") << good.left(30) << 0;
-    QTest::newRow("interface bLength 0") << with(good, Interface, 0) << 0;
-    QTest::newRow("interface bLength 8") << with(good, Interface, 8) << 0;
-    QTest::newRow("interface bLength beyond data") << with(good, Interface, 24) << 0;
-    QTest::newRow("interface type 5") << with(good, Interface + 1, 5) << 0;
-    QTest::newRow("protocol 0x01") << with(good, Interface + 7, 0x01) << 1;
-    QTest::newRow("subclass 0x43") << with(good, Interface + 6, 0x43) << 1;
-    QTest::newRow("class 0xfe") << with(good, Interface + 5, 0xfe) << 1;
-    QTest::newRow("unknown vendor") << downloadDevice(0x1234) << 1;
-}
-
-void TestUsbDevfs::rejectedDescriptors()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(int, offers);
-
-    addNode("001/001", data);
-    QCOMPARE(openWithRecording(), nullptr);
-    QCOMPARE(offered.size(), offers);
-    QVERIFY(m_fake.claims.isEmpty());
-    QCOMPARE(openDescriptors(), 0);
-}
-
-// Descriptors whose lengths or counts point past the bytes the node gave. The fake read
-// hands out exactly the file's bytes and poisons the rest of the buffer, so under
-// AddressSanitizer any look beyond them fails this test.
-void TestUsbDevfs::lengthsPastTheBytesRead_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<int>("offers");
-
-    const QByteArray good = downloadDevice(0x1234); // offered, never accepted
-    QTest::newRow("device bLength 255") << with(good, Device, 255) << 0;
-    QTest::newRow("device bLength 255, 18 bytes") << with(good.left(18), Device, 255) << 0;
-    QTest::newRow("config bLength 255") << with(good, Config, 255) << 0;
-    QTest::newRow("config bLength 255, 9 bytes") << with(good.left(27), Config, 255) << 0;
-    QTest::newRow("interface bLength 255") << with(good, Interface, 255) << 0;
-    QTest::newRow("endpoint bLength 255") << with(good, FirstEndpoint, 255) << 1;
-    QTest::newRow("last endpoint bLength 8") << with(good, SecondEndpoint, 8) << 1;
-    QTest::newRow("255 interfaces") << with(good, Config + 4, 255) << 1;
-    QTest::newRow("255 endpoints") << with(good, Interface + 4, 255) << 1;
-    QTest::newRow("255 interfaces, 9 bytes each")
-        << deviceDescriptor(0x1234) + configDescriptor(255) + interfaceDescriptor(0, 0)
-               + interfaceDescriptor(1, 0)
-        << 2;
-    QTest::newRow("header only after device") << good.left(20) << 0;
-    QTest::newRow("one byte after interface") << good.left(37) << 1;
-}
-
-void TestUsbDevfs::lengthsPastTheBytesRead()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(int, offers);
-
-    addNode("001/001", data);
-    QCOMPARE(openWithRecording(), nullptr);
-    QCOMPARE(offered.size(), offers);
-    QCOMPARE(openDescriptors(), 0);
-}
-
-void TestUsbDevfs::endpointWalk_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<int>("in");
-    QTest::addColumn<int>("out");
-
-    const QByteArray good = downloadDevice();
-    QTest::newRow("both endpoints") << good << 0x81 << 0x01;
-    QTest::newRow("device descriptor of 20 bytes")
-        << with(deviceDescriptor(), Device, 20) + bytes({0, 0}) + good.mid(18) << 0x81 << 0x01;
-    QTest::newRow("audio endpoint of 9 bytes")
-        << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 2)
-               + with(endpointDescriptor(0x81), 0, 9) + bytes({0, 0}) + endpointDescriptor(0x01)
-        << 0x81 << 0x01;
-    QTest::newRow("no endpoints") << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 0)
-                                  << 0 << 0;
-    QTest::newRow("endpoints missing") << good.left(36) << 0 << 0;
-    QTest::newRow("second endpoint missing") << good.left(43) << 0x81 << 0;
-    QTest::newRow("second endpoint cut short") << good.left(47) << 0x81 << 0;
-    QTest::newRow("first endpoint bLength 0") << with(good, FirstEndpoint, 0) << 0 << 0;
-    QTest::newRow("first endpoint bLength 6") << with(good, FirstEndpoint, 6) << 0 << 0;
-    QTest::newRow("first endpoint bLength beyond data") << with(good, FirstEndpoint, 15) << 0 << 0;
-    QTest::newRow("second endpoint bLength beyond data") << with(good, SecondEndpoint, 8) << 0x81 << 0;
-    QTest::newRow("second endpoint type 4") << with(good, SecondEndpoint + 1, 4) << 0x81 << 0;
-    QTest::newRow("interrupt endpoints only")
-        << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 2)
-               + endpointDescriptor(0x81, kInterrupt) + endpointDescriptor(0x01, kInterrupt)
-        << 0 << 0;
-
-    // Only the first 1024 bytes of a node count: four long interfaces end at 1007, the
-    // download interface and its IN endpoint fit, its OUT endpoint (1023..1029) does not.
-    QByteArray longInterface = with(interfaceDescriptor(0, 0, 0x08, 0x06, 0x50), 0, 245);
-    longInterface.append(QByteArray(245 - 9, '\0'));
-    QByteArray big = deviceDescriptor() + configDescriptor(5);
-    for (int i = 0; i < 4; ++i)
-        big += longInterface;
-    big += downloadInterface(4);
-    QCOMPARE(big.size(), 1030);
-    QTest::newRow("node longer than 1024 bytes") << big << 0x81 << 0;
-}
-
-void TestUsbDevfs::endpointWalk()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(int, in);
-    QFETCH(int, out);
-
-    addNode("001/001", data);
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(int(h->ep_in), in);
-    QCOMPARE(int(h->ep_out), out);
-    QCOMPARE(offered.last().bulk_in_present, uint8_t(in != 0));
-    QCOMPARE(offered.last().bulk_out_present, uint8_t(out != 0));
-    QCOMPARE(m_fake.readSizes, QList<size_t>{1024});
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::laterInterfaceAndEndpointsCount()
-{
-    addNode("003/009", deviceDescriptor(0x18d1, 0) + configDescriptor(4)
-                           // a hub-like interface without endpoints
-                           + interfaceDescriptor(0, 0, 0x09, 0x00, 0x00)
-                           // a HID interface with interrupt endpoints only
-                           + interfaceDescriptor(1, 1, 0x03, 0x00, 0x00)
-                           + endpointDescriptor(0x83, kInterrupt)
-                           // mass storage with its own bulk pair
-                           + interfaceDescriptor(2, 2, 0x08, 0x06, 0x50) + endpointDescriptor(0x86)
-                           + endpointDescriptor(0x06)
-                           // the download interface: a later bulk endpoint of a direction
-                           // replaces an earlier one, interrupt endpoints are not taken
-                           + interfaceDescriptor(3, 5) + endpointDescriptor(0x84)
-                           + endpointDescriptor(0x87, kInterrupt) + endpointDescriptor(0x85)
-                           + endpointDescriptor(0x03) + endpointDescriptor(0x04, kInterrupt));
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(int(h->ep_in), 0x85);
-    QCOMPARE(int(h->ep_out), 0x03);
-    QCOMPARE(m_fake.claims.size(), 1);
-    QCOMPARE(m_fake.claims[0].second, 3u);
-
-    QCOMPARE(offered.size(), 4);
-    QCOMPARE(offered[0].interface_class, uint8_t(0x09));
-    QCOMPARE(offered[0].bulk_in_present + offered[0].bulk_out_present, 0);
-    QCOMPARE(offered[1].interface_class, uint8_t(0x03));
-    QCOMPARE(offered[1].bulk_in_present + offered[1].bulk_out_present, 0);
-    QCOMPARE(offered[2].interface_class, uint8_t(0x08));
-    QCOMPARE(offered[2].bulk_in_present + offered[2].bulk_out_present, 2);
-    QCOMPARE(offered[3].interface_class, uint8_t(0xff));
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::serialNumber_data()
-{
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QByteArray>("serial");
-
-    // Header unit, then UTF-16LE units of which only the low byte is kept.
-    const QByteArray sn42 = bytes({10, 3, 'S', 0, 'N', 0, '4', 0x01, '2', 0});
-    QTest::newRow("four characters") << sn42 << 10 << QByteArray("SN42");
-    QTest::newRow("count shorter than header") << sn42 << 6 << QByteArray("SN");
-    QTest::newRow("odd count") << sn42 << 7 << QByteArray("SN");
-    QTest::newRow("header only") << sn42 << 2 << QByteArray();
-    QTest::newRow("one byte") << sn42 << 1 << QByteArray();
-    QTest::newRow("nothing returned") << sn42 << 0 << QByteArray();
-    QTest::newRow("transfer failed") << sn42 << -1 << QByteArray();
-
-    QByteArray full = bytes({0xfe, 3});
-    for (int i = 0; i < 127; ++i)
-        full += bytes({'a' + i % 26, 0x30});
-    QTest::newRow("full 256 bytes") << full << 256 << full.mid(2).replace(char(0x30), QByteArray());
-}
-
-void TestUsbDevfs::serialNumber()
-{
-    QFETCH(QByteArray, answer);
-    QFETCH(int, result);
-    QFETCH(QByteArray, serial);
-
-    addNode("001/001", downloadDevice(0x18d1, 7));
-    m_fake.serialAnswer = answer;
-    m_fake.serialResult = result;
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h); // a missing serial number does not stop the device from being used
-    QCOMPARE(m_fake.controls.size(), 1);
-    const usbdevfs_ctrltransfer &ctrl = m_fake.controls[0];
-    QCOMPARE(int(ctrl.bRequestType), 0x80);
-    QCOMPARE(int(ctrl.bRequest), 6);
-    QCOMPARE(int(ctrl.wValue), 0x0307);
-    QCOMPARE(int(ctrl.wIndex), 0);
-    QCOMPARE(int(ctrl.wLength), 256);
-    QCOMPARE(int(ctrl.timeout), 50);
-    QVERIFY(m_fake.controlBufferWasZeroed);
-
-    QCOMPARE(offered.size(), 1);
-    QCOMPARE(QByteArray(offered[0].serial), serial);
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::noSerialWithoutIndex()
-{
-    addNode("001/001", downloadDevice(0x18d1, 0));
-    m_fake.serialAnswer = bytes({4, 3, 'X', 0});
-    m_fake.serialResult = 4;
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QVERIFY(m_fake.controls.isEmpty());
-    QCOMPARE(offered[0].serial[0], '\0');
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::nonDigitNamesAreSkipped()
-{
-    addNode("usb1/001", downloadDevice());
-    addNode("001/devices", downloadDevice());
-    addNode("001/1a", downloadDevice());
-    addNode("002x/003", downloadDevice());
-    addNode("004", downloadDevice()); // a bus name that is a file, not a folder
-
-    QCOMPARE(openWithRecording(), nullptr);
-    QVERIFY(m_fake.opens.isEmpty());
-
-    addNode("005/017", downloadDevice());
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(QByteArray(h->fname), nodePath("005/017"));
-    QCOMPARE(m_fake.opens.size(), 1);
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::failedClaimMovesToNextNode()
-{
-    addNode("001/001", downloadDevice());
-    addNode("001/002", downloadDevice());
-    m_fake.claimFailures = 1;
-
-    usb_handle *h = openWithRecording();
-    QVERIFY(h);
-    QCOMPARE(m_fake.claims.size(), 2);
-    QVERIFY(m_fake.claims[0].first != m_fake.claims[1].first);
-    QCOMPARE(QByteArray(h->fname), m_fake.claims[1].first);
-    QCOMPARE(openDescriptors(), 1); // the node whose claim failed is closed again
-    usb_close(h);
-    free(h);
-}
-
-void TestUsbDevfs::failedClaimSkipsRestOfDevice()
-{
-    addNode("001/001", deviceDescriptor() + configDescriptor(2) + downloadInterface(0)
-                           + downloadInterface(1));
-    m_fake.claimFailures = 1;
-
-    QCOMPARE(openWithRecording(), nullptr);
-    QCOMPARE(m_fake.claims.size(), 1);
-    QCOMPARE(offered.size(), 1);
-    QCOMPARE(openDescriptors(), 0);
-}
-
-void TestUsbDevfs::missingRootGivesNull()
-{
-    m_fake.root = QFile::encodeName(m_dir->filePath("no-such-folder"));
-    usb_set_system_calls({m_fake.root.constData(), fakeOpen, fakeRead, fakeClose, fakeIoctl, fakeSleep});
-    QCOMPARE(openWithRecording(), nullptr);
-    QVERIFY(m_fake.opens.isEmpty());
-}
-
-// ---------------------------------------------------------------------------------------
-// Writing
-
-void TestUsbDevfs::writeInPieces_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::addColumn<QList<unsigned>>("pieces");
-
-    QTest::newRow("1") << 1 << QList<unsigned>{1};
-    QTest::newRow("16384") << 16384 << QList<unsigned>{16384};
-    QTest::newRow("16385") << 16385 << QList<unsigned>{16384, 1};
-    QTest::newRow("40000") << 40000 << QList<unsigned>{16384, 16384, 7232};
-}
-
-void TestUsbDevfs::writeInPieces()
-{
-    QFETCH(int, length);
-    QFETCH(QList<unsigned>, pieces);
-
-    QByteArray data(length, '\0');
-    for (int i = 0; i < length; ++i)
-        data[i] = char(i * 7);
-    usb_handle h = handle(0x81, 0x02);
-    QCOMPARE(usb_write(&h, data.constData(), length), length);
-
-    QCOMPARE(m_fake.bulks.size(), pieces.size());
-    for (int i = 0; i < pieces.size(); ++i) {
-        QCOMPARE(m_fake.bulks[i].ep, 0x02u);
-        QCOMPARE(m_fake.bulks[i].len, pieces[i]);
-        QCOMPARE(m_fake.bulks[i].timeout, 0u);
+    // Writes one device file below the root, making the bus folder as needed.
+    void addNode(const QString &relative, const QByteArray &data)
+    {
+        const QString path = m_dir->filePath(relative);
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(data), data.size());
     }
-    QCOMPARE(m_fake.written.join(), data);
-    QVERIFY(m_fake.sleeps.isEmpty());
-}
+    QByteArray nodePath(const QString &relative) const { return m_fake.root + '/' + QFile::encodeName(relative); }
+    void setCalls() { usb_set_system_calls({m_fake.root.constData(), fakeOpen, fakeRead, fakeClose, fakeIoctl, fakeSleep}); }
 
-void TestUsbDevfs::writeShortPieceFails()
-{
-    const QByteArray data(40000, 'w');
-    usb_handle h = handle(0x81, 0x02);
-    m_fake.bulkScript = {16384, 100};
-    StderrCapture err;
-    QCOMPARE(usb_write(&h, data.constData(), data.size()), -1);
-    QCOMPARE(m_fake.bulks.size(), 2);
-    QCOMPARE(err.text(), QByteArray());
-}
+private slots:
+    void init()
+    {
+        m_dir = new QTemporaryDir;
+        QVERIFY(m_dir->isValid());
+        m_fake = FakeSystem();
+        m_fake.root = QFile::encodeName(m_dir->path());
+        fake = &m_fake;
+        offered.clear();
+        setCalls();
+    }
 
-void TestUsbDevfs::writeFailedPieceFails()
-{
-    const QByteArray data(100, 'w');
-    usb_handle h = handle(0x81, 0x02);
-    m_fake.bulkScript = {-1};
-    QCOMPARE(usb_write(&h, data.constData(), data.size()), -1);
-    QCOMPARE(m_fake.bulks.size(), 1);
-}
+    void cleanup()
+    {
+        unpoison();
+        usb_reset_system_calls();
+        for (int fd : m_fake.openFiles.keys())
+            ::close(fd);
+        fake = nullptr;
+        delete m_dir;
+        m_dir = nullptr;
+    }
 
-void TestUsbDevfs::writeWithoutOutEndpoint()
-{
-    const QByteArray data(100, 'w');
-    usb_handle h = handle(0x81, 0);
-    QCOMPARE(usb_write(&h, data.constData(), data.size()), -1);
-    QCOMPARE(usb_write(&h, data.constData(), 0), -1);
-    QVERIFY(m_fake.bulks.isEmpty());
-}
+    void matchRule_data()
+    {
+        QTest::addColumn<int>("vendor");
+        QTest::addColumn<int>("cls");
+        QTest::addColumn<int>("subclass");
+        QTest::addColumn<int>("protocol");
+        QTest::addColumn<int>("result");
+        for (int vendor : {0x8087, 0x18d1, 0x0451, 0x0502, 0x0fce, 0x05c6, 0x22b8, 0x0955, 0x413c, 0x2314, 0x0b05, 0x0bb4})
+            QTest::addRow("vendor %04x", vendor) << vendor << 0xff << 0x42 << 0x03 << 0;
+        QTest::newRow("unknown vendor") << 0x1234 << 0xff << 0x42 << 0x03 << -1;
+        QTest::newRow("vendor 0") << 0x0000 << 0xff << 0x42 << 0x03 << -1;
+        QTest::newRow("protocol 0x01") << 0x18d1 << 0xff << 0x42 << 0x01 << -1;
+        QTest::newRow("subclass 0x43") << 0x18d1 << 0xff << 0x43 << 0x03 << -1;
+        QTest::newRow("class 0xfe") << 0x18d1 << 0xfe << 0x42 << 0x03 << -1;
+    }
 
-void TestUsbDevfs::zeroLengthWrite()
-{
-    usb_handle h = handle(0x81, 0x02);
-    StderrCapture err;
-    QCOMPARE(usb_write(&h, "", 0), 0);
-    QCOMPARE(m_fake.bulks.size(), 1);
-    QCOMPARE(m_fake.bulks[0].ep, 0x02u);
-    QCOMPARE(m_fake.bulks[0].len, 0u);
-    QCOMPARE(m_fake.bulks[0].timeout, 0u);
-    QCOMPARE(err.text(), QByteArray());
-}
+    void matchRule()
+    {
+        QFETCH(int, vendor);
+        QFETCH(int, cls);
+        QFETCH(int, subclass);
+        QFETCH(int, protocol);
+        usb_ifc_info info;
+        memset(&info, 0, sizeof info);
+        info.vendor_id = uint16_t(vendor);
+        info.interface_class = uint8_t(cls);
+        info.interface_subclass = uint8_t(subclass);
+        info.interface_protocol = uint8_t(protocol);
+        QTEST(match_android_fastboot_driver(&info), "result");
 
-void TestUsbDevfs::zeroLengthWriteFailure()
-{
-    usb_handle h = handle(0x81, 0x02);
-    m_fake.bulkScript = {-1};
-    m_fake.bulkErrno = EPIPE;
-    StderrCapture err;
-    QCOMPARE(usb_write(&h, "", 0), -1);
-    QCOMPARE(m_fake.bulks.size(), 1);
-    QCOMPARE(err.text(), QByteArray("ERROR: n = -1, errno = ") + QByteArray::number(EPIPE) + " ("
-                             + strerror(EPIPE) + ")\n");
-}
+        // Product id, device class, endpoints and serial number play no part.
+        info.product_id = 0xffff;
+        info.device_class = 0x09, info.device_subclass = 0x01, info.device_protocol = 0x02;
+        info.bulk_in_present = info.bulk_out_present = 0;
+        qstrcpy(info.serial, "anything");
+        QTEST(match_android_fastboot_driver(&info), "result");
+    }
 
-// ---------------------------------------------------------------------------------------
-// Reading
+    void acceptsDownloadInterface()
+    {
+        addNode("001/004", deviceDescriptor(0x0bb4) + configDescriptor(1) + interfaceDescriptor(3, 2)
+                               + endpointDescriptor(0x82) + endpointDescriptor(0x02));
+        usb_handle *h = usb_open(recordingMatch);
+        QVERIFY(h);
+        QCOMPARE(QByteArray(h->fname), nodePath("001/004"));
+        QVERIFY(h->desc >= 0);
+        QCOMPARE(int(h->ep_in), 0x82);
+        QCOMPARE(int(h->ep_out), 0x02);
+        QCOMPARE(m_fake.opens.size(), 1);
+        QCOMPARE(m_fake.opens[0].second, O_RDWR);
+        QCOMPARE(m_fake.readSizes, QList<size_t>{1024});
+        QCOMPARE(m_fake.claims, (QList<QPair<QByteArray, unsigned>>{{nodePath("001/004"), 3u}}));
 
-void TestUsbDevfs::readShortAnswer()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QByteArray buffer(512, '\0');
-    m_fake.bulkScript = {2};
-    QCOMPARE(usb_read(&h, buffer.data(), 512), 2);
-    QCOMPARE(m_fake.bulks.size(), 1);
-    QCOMPARE(m_fake.bulks[0].ep, 0x81u);
-    QCOMPARE(m_fake.bulks[0].len, 512u);
-    QCOMPARE(m_fake.bulks[0].timeout, 0u);
-    QCOMPARE(buffer.left(3), QByteArray("rr\0", 3));
-}
+        QCOMPARE(offered.size(), 1);
+        const usb_ifc_info &i = offered[0]; // vendor, product, class, subclass, protocol, IN, OUT, writable, serial
+        QCOMPARE((QList<int>{i.vendor_id, i.product_id, i.interface_class, i.interface_subclass, i.interface_protocol,
+                             i.bulk_in_present, i.bulk_out_present, i.node_writable, i.serial[0]}),
+                 (QList<int>{0x0bb4, 0x4ee0, 0xff, 0x42, 0x03, 1, 1, 1, 0}));
 
-void TestUsbDevfs::readInPieces()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QByteArray buffer(40000, '\0');
-    QCOMPARE(usb_read(&h, buffer.data(), buffer.size()), 40000);
-    QCOMPARE(m_fake.bulks.size(), 3);
-    QCOMPARE(m_fake.bulks[0].len, 16384u);
-    QCOMPARE(m_fake.bulks[1].len, 16384u);
-    QCOMPARE(m_fake.bulks[2].len, 7232u);
-    QCOMPARE(m_fake.bulks[1].data, static_cast<const void *>(buffer.constData() + 16384));
-    QCOMPARE(m_fake.bulks[2].data, static_cast<const void *>(buffer.constData() + 32768));
-    QCOMPARE(buffer, QByteArray(40000, 'r'));
-}
+        QCOMPARE(usb_close(h), 0);
+        QCOMPARE(h->desc, -1);
+        QCOMPARE(openDescriptors(), 0);
+        free(h);
+    }
 
-void TestUsbDevfs::readStopsAtShortPiece()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QByteArray buffer(40000, '\0');
-    m_fake.bulkScript = {16384, 0};
-    QCOMPARE(usb_read(&h, buffer.data(), buffer.size()), 16384);
-    QCOMPARE(m_fake.bulks.size(), 2);
-}
+    void readOnlyNodeIsStillExamined()
+    {
+        addNode("002/001", downloadDevice());
+        m_fake.readOnly.insert(nodePath("002/001"));
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h);
+        QCOMPARE(QByteArray(h->fname), nodePath("002/001"));
+        QCOMPARE(m_fake.opens.size(), 2);
+        QCOMPARE(m_fake.opens[0].second, O_RDWR);
+        QCOMPARE(m_fake.opens[1].second, O_RDONLY);
+        QCOMPARE(offered.size(), 1);
+        QCOMPARE(offered[0].node_writable, uint8_t(0));
+    }
 
-void TestUsbDevfs::readRetriesFailedTransfers()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QByteArray buffer(64, '\0');
-    m_fake.bulkScript = {-1, -1, -1, -1, -1, 13};
-    QCOMPARE(usb_read(&h, buffer.data(), buffer.size()), 13);
-    QCOMPARE(m_fake.bulks.size(), 6);
-    QCOMPARE(m_fake.sleeps, (QList<unsigned>{1, 1, 1, 1, 1}));
-}
+    void unopenableNodeIsSkipped()
+    {
+        addNode("001/001", downloadDevice());
+        m_fake.unopenable.insert(nodePath("001/001"));
+        QCOMPARE(usb_open(recordingMatch), nullptr);
+        QCOMPARE(m_fake.opens.size(), 2);
+        QVERIFY(m_fake.readSizes.isEmpty());
+        QVERIFY(offered.isEmpty());
+    }
 
-void TestUsbDevfs::readGivesUpAfterSixFailures()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QByteArray buffer(64, '\0');
-    m_fake.bulkScript = {-1, -1, -1, -1, -1, -1, 64};
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(usb_read(&h, buffer.data(), buffer.size()), -1);
-    QCOMPARE(m_fake.bulks.size(), 6);
-    QCOMPARE(m_fake.sleeps, (QList<unsigned>{1, 1, 1, 1, 1}));
-    QVERIFY(timer.elapsed() < 1000); // recorded through the seam, not slept
-}
+    // Nodes that are refused, malformed ones included; under AddressSanitizer the poisoned
+    // buffer also catches any look past the bytes read.
+    void rejectedDescriptors_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<int>("offers"); // interfaces shown to the match rule
+        const QByteArray good = downloadDevice();
+        QTest::newRow("empty node") << QByteArray() << 0;
+        QTest::newRow("17 bytes") << good.left(17) << 0;
+        QTest::newRow("device only") << good.left(18) << 0;
+        QTest::newRow("8 bytes after device") << good.left(26) << 0;
+        // Lengths too short, past the data and far past it (255), and a wrong descriptor type.
+        const struct { const char *name; int at; int lengths[4]; int type; } fields[] = {
+            {"device", Device, {0, 17, 51, 255}, 2}, {"config", Config, {0, 8, 33, 255}, 4},
+            {"interface", Interface, {0, 8, 24, 255}, 5}};
+        for (const auto &f : fields) {
+            for (int length : f.lengths)
+                QTest::addRow("%s bLength %d", f.name, length) << with(good, f.at, length) << 0;
+            QTest::addRow("%s type %d", f.name, f.type) << with(good, f.at + 1, f.type) << 0;
+        }
+        QTest::newRow("no interfaces") << deviceDescriptor() + configDescriptor(0) << 0;
+        QTest::newRow("interface missing") << good.left(27) << 0;
+        QTest::newRow("interface cut short") << good.left(30) << 0;
+        QTest::newRow("protocol 0x01") << with(good, Interface + 7, 0x01) << 1;
+        QTest::newRow("subclass 0x43") << with(good, Interface + 6, 0x43) << 1;
+        QTest::newRow("class 0xfe") << with(good, Interface + 5, 0xfe) << 1;
 
-void TestUsbDevfs::readWithoutInEndpoint()
-{
-    usb_handle h = handle(0, 0x02);
-    QByteArray buffer(64, '\0');
-    QCOMPARE(usb_read(&h, buffer.data(), buffer.size()), -1);
-    QCOMPARE(usb_read(&h, buffer.data(), 0), -1);
-    QVERIFY(m_fake.bulks.isEmpty());
-}
+        const QByteArray foreign = downloadDevice(0x1234); // offered, never accepted
+        QTest::newRow("unknown vendor") << foreign << 1;
+        QTest::newRow("device bLength 255, 18 bytes") << with(foreign.left(18), Device, 255) << 0;
+        QTest::newRow("config bLength 255, 9 bytes") << with(foreign.left(27), Config, 255) << 0;
+        QTest::newRow("endpoint bLength 255") << with(foreign, FirstEndpoint, 255) << 1;
+        QTest::newRow("last endpoint bLength 8") << with(foreign, SecondEndpoint, 8) << 1;
+        QTest::newRow("255 interfaces") << with(foreign, Config + 4, 255) << 1;
+        QTest::newRow("255 endpoints") << with(foreign, Interface + 4, 255) << 1;
+        QTest::newRow("255 interfaces, 9 bytes each")
+            << deviceDescriptor(0x1234) + configDescriptor(255) + interfaceDescriptor(0, 0) + interfaceDescriptor(1, 0)
+            << 2;
+        QTest::newRow("header only after device") << foreign.left(20) << 0;
+        QTest::newRow("one byte after interface") << foreign.left(37) << 1;
+    }
 
-void TestUsbDevfs::readNothing_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::newRow("0") << 0;
-    QTest::newRow("-5") << -5;
-}
+    void rejectedDescriptors()
+    {
+        QFETCH(QByteArray, data);
+        addNode("001/001", data);
+        QCOMPARE(usb_open(recordingMatch), nullptr);
+        QTEST(int(offered.size()), "offers");
+        QVERIFY(m_fake.claims.isEmpty());
+        QCOMPARE(openDescriptors(), 0);
+    }
 
-void TestUsbDevfs::readNothing()
-{
-    QFETCH(int, length);
-    usb_handle h = handle(0x81, 0x02);
-    char buffer[1];
-    QCOMPARE(usb_read(&h, buffer, length), 0);
-    QVERIFY(m_fake.bulks.isEmpty());
-}
+    void endpointWalk_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<int>("in");
+        QTest::addColumn<int>("out");
+        const QByteArray good = downloadDevice();
+        QTest::newRow("both endpoints") << good << 0x81 << 0x01;
+        QTest::newRow("device descriptor of 20 bytes")
+            << with(deviceDescriptor(), Device, 20) + bytes({0, 0}) + good.mid(18) << 0x81 << 0x01;
+        QTest::newRow("audio endpoint of 9 bytes")
+            << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 2)
+                   + with(endpointDescriptor(0x81), 0, 9) + bytes({0, 0}) + endpointDescriptor(0x01)
+            << 0x81 << 0x01;
+        QTest::newRow("no endpoints") << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 0) << 0 << 0;
+        QTest::newRow("endpoints missing") << good.left(36) << 0 << 0;
+        QTest::newRow("second endpoint missing") << good.left(43) << 0x81 << 0;
+        QTest::newRow("second endpoint cut short") << good.left(47) << 0x81 << 0;
+        for (int length : {0, 6, 15 /* beyond the data */})
+            QTest::addRow("first endpoint bLength %d", length) << with(good, FirstEndpoint, length) << 0 << 0;
+        QTest::newRow("second endpoint bLength beyond data") << with(good, SecondEndpoint, 8) << 0x81 << 0;
+        QTest::newRow("second endpoint type 4") << with(good, SecondEndpoint + 1, 4) << 0x81 << 0;
+        QTest::newRow("interrupt endpoints only")
+            << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 2)
+                   + endpointDescriptor(0x81, kInterrupt) + endpointDescriptor(0x01, kInterrupt)
+            << 0 << 0;
 
-// ---------------------------------------------------------------------------------------
+        // Only the first 1024 bytes of a node count: four long interfaces end at 1007, the
+        // download interface and its IN endpoint fit, its OUT endpoint (1023..1029) does not.
+        QByteArray longInterface = with(interfaceDescriptor(0, 0, 0x08, 0x06, 0x50), 0, 245);
+        longInterface.append(QByteArray(245 - 9, '\0'));
+        QByteArray big = deviceDescriptor() + configDescriptor(5);
+        for (int i = 0; i < 4; ++i)
+            big += longInterface;
+        big += downloadInterface(4);
+        QCOMPARE(big.size(), 1030);
+        QTest::newRow("node longer than 1024 bytes") << big << 0x81 << 0;
+    }
 
-void TestUsbDevfs::closeAndKick()
-{
-    usb_handle h = handle(0x81, 0x02);
-    QCOMPARE(usb_close(&h), 0);
-    QCOMPARE(h.desc, -1);
-    QCOMPARE(m_fake.closes, QList<int>{42});
-    QCOMPARE(usb_close(&h), 0); // already closed: nothing more to close
-    QCOMPARE(m_fake.closes, QList<int>{42});
+    void endpointWalk()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(int, in);
+        QFETCH(int, out);
+        addNode("001/001", data);
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h);
+        QCOMPARE(int(h->ep_in), in);
+        QCOMPARE(int(h->ep_out), out);
+        QCOMPARE(offered.last().bulk_in_present, uint8_t(in != 0));
+        QCOMPARE(offered.last().bulk_out_present, uint8_t(out != 0));
+        QCOMPARE(m_fake.readSizes, QList<size_t>{1024});
+    }
 
-    usb_handle k = handle(0x81, 0x02);
-    k.desc = 43;
-    usb_kick(&k);
-    QCOMPARE(k.desc, -1);
-    QCOMPARE(m_fake.closes, (QList<int>{42, 43}));
-    usb_kick(&k);
-    QCOMPARE(m_fake.closes.size(), 2);
-}
+    void laterInterfaceAndEndpointsCount()
+    {
+        addNode("003/009", deviceDescriptor(0x18d1, 0) + configDescriptor(4)
+                               + interfaceDescriptor(0, 0, 0x09, 0x00, 0x00) // hub-like, no endpoints
+                               + interfaceDescriptor(1, 1, 0x03, 0x00, 0x00) // HID, interrupt only
+                               + endpointDescriptor(0x83, kInterrupt)
+                               + interfaceDescriptor(2, 2, 0x08, 0x06, 0x50) // mass storage, own bulk pair
+                               + endpointDescriptor(0x86) + endpointDescriptor(0x06)
+                               // download: a later bulk endpoint of a direction replaces an
+                               // earlier one, interrupt endpoints are not taken
+                               + interfaceDescriptor(3, 5) + endpointDescriptor(0x84)
+                               + endpointDescriptor(0x87, kInterrupt) + endpointDescriptor(0x85)
+                               + endpointDescriptor(0x03) + endpointDescriptor(0x04, kInterrupt));
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h);
+        QCOMPARE(int(h->ep_in), 0x85);
+        QCOMPARE(int(h->ep_out), 0x03);
+        QCOMPARE(m_fake.claims.size(), 1);
+        QCOMPARE(m_fake.claims[0].second, 3u);
+        QCOMPARE(offered.size(), 4);
+        const int classes[] = {0x09, 0x03, 0x08, 0xff}, bulks[] = {0, 0, 2};
+        for (int i = 0; i < 4; ++i) {
+            QCOMPARE(int(offered[i].interface_class), classes[i]);
+            if (i < 3)
+                QCOMPARE(offered[i].bulk_in_present + offered[i].bulk_out_present, bulks[i]);
+        }
+    }
+
+    void serialNumber_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QByteArray>("serial");
+        // Header unit, then UTF-16LE units of which only the low byte is kept.
+        const QByteArray sn42 = bytes({10, 3, 'S', 0, 'N', 0, '4', 0x01, '2', 0});
+        QTest::newRow("four characters") << 7 << sn42 << 10 << QByteArray("SN42");
+        QTest::newRow("count shorter than header") << 7 << sn42 << 6 << QByteArray("SN");
+        QTest::newRow("odd count") << 7 << sn42 << 7 << QByteArray("SN");
+        QTest::newRow("header only") << 7 << sn42 << 2 << QByteArray();
+        QTest::newRow("one byte") << 7 << sn42 << 1 << QByteArray();
+        QTest::newRow("nothing returned") << 7 << sn42 << 0 << QByteArray();
+        QTest::newRow("transfer failed") << 7 << sn42 << -1 << QByteArray();
+        QTest::newRow("no serial index: not asked") << 0 << bytes({4, 3, 'X', 0}) << 4 << QByteArray();
+        QByteArray full = bytes({0xfe, 3});
+        for (int i = 0; i < 127; ++i)
+            full += bytes({'a' + i % 26, 0x30});
+        QTest::newRow("full 256 bytes") << 7 << full << 256 << full.mid(2).replace(char(0x30), QByteArray());
+    }
+
+    void serialNumber()
+    {
+        QFETCH(int, index);
+        QFETCH(QByteArray, answer);
+        QFETCH(int, result);
+        addNode("001/001", downloadDevice(0x18d1, uint8_t(index)));
+        m_fake.serialAnswer = answer;
+        m_fake.serialResult = result;
+
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h); // a missing serial number does not stop the device from being used
+        QCOMPARE(offered.size(), 1);
+        QTEST(QByteArray(offered[0].serial), "serial");
+        QCOMPARE(m_fake.controls.size(), index ? 1 : 0);
+        if (!index)
+            return;
+        const usbdevfs_ctrltransfer &c = m_fake.controls[0]; // GET_DESCRIPTOR of string 7, 256 bytes, 50 ms
+        QCOMPARE((QList<int>{c.bRequestType, c.bRequest, c.wValue, c.wIndex, c.wLength, int(c.timeout)}),
+                 (QList<int>{0x80, 6, 0x0307, 0, 256, 50}));
+        QVERIFY(m_fake.controlBufferWasZeroed);
+    }
+
+    void nonDigitNamesAreSkipped()
+    {
+        for (const char *name : {"usb1/001", "001/devices", "001/1a", "002x/003", "004" /* a file, not a bus */})
+            addNode(name, downloadDevice());
+        QCOMPARE(usb_open(recordingMatch), nullptr);
+        QVERIFY(m_fake.opens.isEmpty());
+
+        addNode("005/017", downloadDevice());
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h);
+        QCOMPARE(QByteArray(h->fname), nodePath("005/017"));
+        QCOMPARE(m_fake.opens.size(), 1);
+    }
+
+    void failedClaimMovesToNextNode()
+    {
+        addNode("001/001", downloadDevice());
+        addNode("001/002", downloadDevice());
+        m_fake.claimFailures = 1;
+        Opened h{usb_open(recordingMatch)};
+        QVERIFY(h.h);
+        QCOMPARE(m_fake.claims.size(), 2);
+        QVERIFY(m_fake.claims[0].first != m_fake.claims[1].first);
+        QCOMPARE(QByteArray(h->fname), m_fake.claims[1].first);
+        QCOMPARE(openDescriptors(), 1); // the node whose claim failed is closed again
+    }
+
+    void failedClaimSkipsRestOfDevice()
+    {
+        addNode("001/001", deviceDescriptor() + configDescriptor(2) + downloadInterface(0) + downloadInterface(1));
+        m_fake.claimFailures = 1;
+        QCOMPARE(usb_open(recordingMatch), nullptr);
+        QCOMPARE(m_fake.claims.size(), 1);
+        QCOMPARE(offered.size(), 1);
+        QCOMPARE(openDescriptors(), 0);
+    }
+
+    void missingRootGivesNull()
+    {
+        m_fake.root = QFile::encodeName(m_dir->filePath("no-such-folder"));
+        setCalls();
+        QCOMPARE(usb_open(recordingMatch), nullptr);
+        QVERIFY(m_fake.opens.isEmpty());
+    }
+
+    // Pieces of at most 16384 bytes, no timeout. `script`: results of the transfers
+    // (empty: each moves everything); `pieces`: the lengths asked for.
+    void write_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<QList<int>>("script");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QList<unsigned>>("pieces");
+        QTest::addColumn<QByteArray>("printed"); // null: not checked
+        const QByteArray quiet(""); // empty, not null
+        QTest::newRow("1") << 1 << QList<int>{} << EIO << 1 << QList<unsigned>{1} << quiet;
+        QTest::newRow("16384") << 16384 << QList<int>{} << EIO << 16384 << QList<unsigned>{16384} << quiet;
+        QTest::newRow("16385") << 16385 << QList<int>{} << EIO << 16385 << QList<unsigned>{16384, 1} << quiet;
+        QTest::newRow("40000") << 40000 << QList<int>{} << EIO << 40000 << QList<unsigned>{16384, 16384, 7232} << quiet;
+        QTest::newRow("zero length") << 0 << QList<int>{} << EIO << 0 << QList<unsigned>{0} << quiet;
+        QTest::newRow("short piece") << 40000 << QList<int>{16384, 100} << EIO << -1 << QList<unsigned>{16384, 16384}
+                                     << quiet;
+        QTest::newRow("failed piece") << 100 << QList<int>{-1} << EIO << -1 << QList<unsigned>{100} << QByteArray();
+        QTest::newRow("zero length failed")
+            << 0 << QList<int>{-1} << EPIPE << -1 << QList<unsigned>{0}
+            << "ERROR: n = -1, errno = " + QByteArray::number(EPIPE) + " (" + strerror(EPIPE) + ")\n";
+    }
+
+    void write()
+    {
+        QFETCH(int, length);
+        QFETCH(QList<int>, script);
+        QFETCH(int, result);
+        QFETCH(QList<unsigned>, pieces);
+        QFETCH(QByteArray, printed);
+        QByteArray data(length, '\0');
+        for (int i = 0; i < length; ++i)
+            data[i] = char(i * 7);
+        m_fake.bulkScript = script;
+        QFETCH(int, error);
+        m_fake.bulkErrno = error;
+        usb_handle h = handle(0x81, 0x02);
+        int written = 0;
+        const QByteArray text = stderrOf([&] { written = usb_write(&h, data.constData(), length); });
+        QCOMPARE(written, result);
+        if (!printed.isNull())
+            QCOMPARE(text, printed);
+        QCOMPARE(m_fake.bulks.size(), pieces.size());
+        for (int i = 0; i < pieces.size(); ++i) {
+            QCOMPARE(m_fake.bulks[i].ep, 0x02u);
+            QCOMPARE(m_fake.bulks[i].len, pieces[i]);
+            QCOMPARE(m_fake.bulks[i].timeout, 0u);
+        }
+        if (result >= 0) {
+            QCOMPARE(m_fake.written.join(), data);
+            QVERIFY(m_fake.sleeps.isEmpty());
+        }
+    }
+
+    // A failed transfer is retried after a second, five times at most; a short piece ends the read.
+    void read_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<QList<int>>("script");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QList<unsigned>>("pieces");
+        QTest::addColumn<QList<unsigned>>("sleeps");
+        const QList<unsigned> none, five{1, 1, 1, 1, 1};
+        QTest::newRow("short answer") << 512 << QList<int>{2} << 2 << QList<unsigned>{512} << none;
+        QTest::newRow("in pieces") << 40000 << QList<int>{} << 40000 << QList<unsigned>{16384, 16384, 7232} << none;
+        QTest::newRow("stops at short piece") << 40000 << QList<int>{16384, 0} << 16384
+                                              << QList<unsigned>{16384, 16384} << none;
+        QTest::newRow("five failures retried") << 64 << QList<int>{-1, -1, -1, -1, -1, 13} << 13
+                                               << QList<unsigned>(6, 64) << five;
+        QTest::newRow("gives up after six failures") << 64 << QList<int>{-1, -1, -1, -1, -1, -1, 64} << -1
+                                                     << QList<unsigned>(6, 64) << five;
+        QTest::newRow("nothing asked") << 0 << QList<int>{} << 0 << QList<unsigned>{} << none;
+        QTest::newRow("negative length") << -5 << QList<int>{} << 0 << QList<unsigned>{} << none;
+    }
+
+    void read()
+    {
+        QFETCH(int, length);
+        QFETCH(QList<int>, script);
+        QFETCH(int, result);
+        QFETCH(QList<unsigned>, pieces);
+        QByteArray buffer(qMax(length, 0) + 1, '\0');
+        m_fake.bulkScript = script;
+        usb_handle h = handle(0x81, 0x02);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(usb_read(&h, buffer.data(), length), result);
+        QVERIFY(timer.elapsed() < 1000); // sleeps are recorded through the seam, not slept
+        QTEST(m_fake.sleeps, "sleeps");
+        QCOMPARE(m_fake.bulks.size(), pieces.size());
+        for (int i = 0, offset = 0; i < pieces.size(); ++i) {
+            QCOMPARE(m_fake.bulks[i].ep, 0x81u);
+            QCOMPARE(m_fake.bulks[i].len, pieces[i]);
+            QCOMPARE(m_fake.bulks[i].timeout, 0u);
+            QCOMPARE(m_fake.bulks[i].data, static_cast<const void *>(buffer.constData() + offset));
+            offset += qMax(script.value(i, int(pieces[i])), 0);
+        }
+        if (result >= 0) // the answer lands in the buffer, and nothing past it
+            QCOMPARE(buffer.left(result + 1), QByteArray(result, 'r') + '\0');
+    }
+
+    void missingEndpoint_data()
+    {
+        QTest::addColumn<bool>("writing");
+        QTest::newRow("write without OUT endpoint") << true;
+        QTest::newRow("read without IN endpoint") << false;
+    }
+
+    void missingEndpoint()
+    {
+        QFETCH(bool, writing);
+        QByteArray buffer(100, 'w');
+        usb_handle h = writing ? handle(0x81, 0) : handle(0, 0x02);
+        for (int length : {100, 0})
+            QCOMPARE(writing ? usb_write(&h, buffer.constData(), length) : usb_read(&h, buffer.data(), length), -1);
+        QVERIFY(m_fake.bulks.isEmpty());
+    }
+
+    void closeAndKick()
+    {
+        usb_handle h = handle(0x81, 0x02);
+        QCOMPARE(usb_close(&h), 0);
+        QCOMPARE(h.desc, -1);
+        QCOMPARE(m_fake.closes, QList<int>{42});
+        QCOMPARE(usb_close(&h), 0); // already closed: nothing more to close
+        QCOMPARE(m_fake.closes, QList<int>{42});
+
+        usb_handle k = handle(0x81, 0x02);
+        k.desc = 43;
+        usb_kick(&k);
+        QCOMPARE(k.desc, -1);
+        QCOMPARE(m_fake.closes, (QList<int>{42, 43}));
+        usb_kick(&k);
+        QCOMPARE(m_fake.closes.size(), 2);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestUsbDevfs)
 #include "tst_usbdevfs.moc"
