@@ -44,11 +44,10 @@ void THomeView::updateWebView(bool connected, const QString &text)
 
 void THomeView::USBConnected(bool connected)
 {
-    // Between the connection and the board's answer to the hardware questions the help
-    // page would be wrong, so say what is going on.
-    if (connected)
-        updateWebView(true, tr("Please wait while Ostrakit gathers H/W information..."));
-    else
+    // The board link asks the board for its hardware information inside its own handler
+    // of the same signal, which runs before ours: by now the information page is up, and
+    // anything shown here would cover it.
+    if (!connected)
         updateWebView(false, QString());
 }
 

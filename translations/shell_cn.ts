@@ -28,13 +28,6 @@
     </message>
 </context>
 <context>
-    <name>THomeView</name>
-    <message>
-        <source>Please wait while Ostrakit gathers H/W information...</source>
-        <translation>请稍候，Ostrakit 正在获取硬件信息...</translation>
-    </message>
-</context>
-<context>
     <name>TLanguageSettingView</name>
     <message>
         <source>Message</source>

@@ -79,7 +79,8 @@ private Q_SLOTS:
         QVERIFY(!help.trimmed().isEmpty());
         QVERIFY(!help.contains(infoHeading));
 
-        view.USBConnected(true);
+        // What the download tab shows when a board is already there at start.
+        view.updateWebView(true, "Please wait while Ostrakit gathers H/W information...");
         QVERIFY(doc->toPlainText().contains("Please wait while Ostrakit gathers H/W information..."));
         QVERIFY(doc->toPlainText().contains(infoHeading));
 
@@ -90,6 +91,10 @@ private Q_SLOTS:
         QVERIFY(!info.contains("$HWINFO$"));
         // Markup folds a bare newline into a blank; only the "<br>"s keep one line per entry.
         QVERIFY2(info.contains("CPU: 4412\nEMMC: 8GB\nDDR: 1GB"), qPrintable(info));
+        // The board link describes the board before the views hear of the connection;
+        // hearing of it must not cover the description.
+        view.USBConnected(true);
+        QCOMPARE(doc->toPlainText(), info);
 
         view.USBConnected(false);
         QCOMPARE(doc->toPlainText(), help);
