@@ -49,6 +49,21 @@ void applyLanguage(QApplication &app, const QString &folder, QSettings &settings
     gLanguage = 0;
 }
 
+std::shared_ptr<VirtualBoard> attachVirtualBoard(const CommandLineOptions &options, QObject *owner,
+                                                 int firstPlugMs, int replugMs)
+{
+    auto board = std::make_shared<VirtualBoard>(options.virtualBoard);
+    if (!options.emmcSize.isEmpty())
+        board->setEmmcSize(options.emmcSize);
+    if (!options.traceFile.isEmpty() && !board->setTraceFile(options.traceFile)) {
+        std::fprintf(stderr, "ostrakit: cannot write the board trace to %s\n", qPrintable(options.traceFile));
+        return nullptr;
+    }
+    gUsbDevCommand->setTransport(board);
+    new VirtualBoardPlug(board, firstPlugMs, replugMs, owner);
+    return board;
+}
+
 int run(QApplication &app, const CommandLineOptions &options)
 {
     const QString folder = programFolder(QCoreApplication::applicationDirPath());
@@ -58,17 +73,9 @@ int run(QApplication &app, const CommandLineOptions &options)
 
     QApplication::setQuitOnLastWindowClosed(true);
     TMainWidget window;
-    if (options.virtualBoard != TUsbDevCommand::CPU_Unknown) {
-        auto board = std::make_shared<VirtualBoard>(options.virtualBoard);
-        if (!options.emmcSize.isEmpty())
-            board->setEmmcSize(options.emmcSize);
-        if (!options.traceFile.isEmpty() && !board->setTraceFile(options.traceFile)) {
-            std::fprintf(stderr, "ostrakit: cannot write the board trace to %s\n", qPrintable(options.traceFile));
-            return 2;
-        }
-        gUsbDevCommand->setTransport(board);
-        new VirtualBoardPlug(board, VirtualBoardPlug::kFirstPlugMs, VirtualBoardPlug::kReplugMs, &window);
-    }
+    if (options.virtualBoard != TUsbDevCommand::CPU_Unknown
+        && !attachVirtualBoard(options, &window, VirtualBoardPlug::kFirstPlugMs, VirtualBoardPlug::kReplugMs))
+        return 2;
     window.show();
     return QApplication::exec();
 }

@@ -4,8 +4,12 @@
 
 #include <QString>
 
+#include <memory>
+
 class QApplication;
+class QObject;
 class QSettings;
+class VirtualBoard;
 
 namespace Startup {
 
@@ -17,6 +21,14 @@ QString programFolder(const QString &applicationDirPath);
 // `folder`. Sets gLanguage. A translation that cannot be loaded is reported with a box
 // and the program goes on in English.
 void applyLanguage(QApplication &app, const QString &folder, QSettings &settings);
+
+// Puts the virtual board asked for in `options` in place of the USB search of the board
+// link (gUsbDevCommand, which must exist) and has it plugged in `firstPlugMs` after now,
+// and again `replugMs` after each time it leaves download mode; the plugging lives as
+// long as `owner`. Returns the board, or null when its trace file cannot be written
+// (said on standard error).
+std::shared_ptr<VirtualBoard> attachVirtualBoard(const CommandLineOptions &options, QObject *owner,
+                                                 int firstPlugMs, int replugMs);
 
 // The whole start: settings, language, the main window (with the virtual board, when
 // asked for), the event loop.
