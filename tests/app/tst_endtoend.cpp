@@ -1,0 +1,421 @@
+// The whole program on the virtual board, driven only the way a user drives it: menu rows,
+// check boxes, browse and start buttons, "Quick Boot", and answers to its dialogs.
+
+#include "app/commandline.h"
+#include "app/globals.h"
+#include "app/startup.h"
+#include "app/userdialogs.h"
+#include "boardlink/tusbdevcommand.h"
+#include "boardlink/virtualboard.h"
+#include "flashing/tconfigview.h"
+#include "shell/burnsystemwidget.h"
+#include "shell/menubutton.h"
+#include "shell/resourceonlybrowser.h"
+#include "shell/thomeview.h"
+#include "shell/tmainwidget.h"
+#include "shell/tmenu.h"
+
+#include <QCheckBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+
+#include <memory>
+
+namespace {
+
+const QString kAndroidCmdLine = QStringLiteral("console=ttySAC2,115200 init=/init");
+const QString kLinuxCmdLine = QStringLiteral("root=/dev/mmcblk0p2 rw console=ttySAC2,115200");
+const QString kDone = QStringLiteral("All operations was completed successfully.");
+constexpr int kBigImage = 2 * 1024 * 1024;
+
+// An images folder as the maker ships one. Every file has contents of its own, and so does
+// every folder (`flavour`), so a swapped image or a file from the wrong folder shows.
+struct ImagesFolder
+{
+    explicit ImagesFolder(const QByteArray &flavour) : flavour(flavour)
+    {
+        const QStringList ini = {
+            "LowFormat = No", "LCD-Type = HDMI720P60",
+            "Android-BootLoader = android-boot.bin", "Android-Kernel = zImage",
+            "Android-CommandLine = " + kAndroidCmdLine, "Android-RamDisk = ramdisk-android.img",
+            "Android-RootFs-InstallImage = system.img", "Android-UserData = userdata.img",
+            "Android-UserData-8G = userdata-8G.img", "Linux-BootLoader = linux-boot.bin",
+            "Linux-Kernel = zImage-linux", "Linux-CommandLine = " + kLinuxCmdLine,
+            "Linux-RamDisk = ramdisk-linux.img", "Linux-RootFs-InstallImage = rootfs.img",
+            "WindowsCE6-Bootloader = eboot.nb0", "WindowsCE6-BootLogo = logo.bmp",
+            "WindowsCE6-InstallImage = NK.bin"};
+        ok = write("Velkaro.ini", ini.join('\n').toUtf8() + '\n');
+        for (const char *name : {"android-boot.bin", "zImage", "ramdisk-android.img", "system.img", "userdata.img",
+                                 "userdata-8G.img", "linux-boot.bin", "zImage-linux", "ramdisk-linux.img",
+                                 "rootfs.img", "eboot.nb0", "logo.bmp", "NK.bin", "led.bin", "halvorn-nand.bin"})
+            ok = ok && write(name, content(flavour, name));
+    }
+    // Two packets for most images; the system and install images are large enough to
+    // pull the board out in the middle of one.
+    static QByteArray content(const QByteArray &flavour, const QString &name)
+    {
+        const bool big = name == QLatin1String("system.img") || name == QLatin1String("NK.bin");
+        QByteArray data = flavour + ':' + name.toLatin1() + ':';
+        const int size = big ? kBigImage : 70000;
+        for (int i = 0; data.size() < size; ++i)
+            data.append(char(i * 31 + name.size() * 7 + flavour.size()));
+        return data;
+    }
+    QString path(const QString &name) const { return dir.filePath(name); }
+    bool write(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(dir.filePath(name));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    }
+
+    QTemporaryDir dir;
+    QByteArray flavour;
+    bool ok = false;
+};
+
+// The program as `ostrakit --virtual-board 4412` starts it, with the board plugged in at
+// once and plugged in again 1.5 s after it leaves download mode (longer than the link's
+// one-second poll, so that the leaving is seen first, as with a real cable).
+struct Program
+{
+    Program()
+    {
+        const CommandLineOptions options =
+            parseCommandLine({QStringLiteral("ostrakit"), QStringLiteral("--virtual-board"), QStringLiteral("4412")});
+        board = Startup::attachVirtualBoard(options, &window, 10, 1500);
+        if (board)
+            board->setWritingRounds(1);
+        tab = window.findChild<BurnSystemWidget *>();
+        statusBar = window.findChild<QLabel *>(QStringLiteral("statusTextLabel"));
+        window.show();
+    }
+
+    MenuButton *row(const QString &text) const
+    {
+        for (MenuButton *button : tab->menu()->allButtons()) {
+            if (button->text() == text)
+                return button;
+        }
+        return nullptr;
+    }
+    bool clickMenu(const QString &text)
+    {
+        MenuButton *button = row(text);
+        if (button)
+            QTest::mouseClick(button, Qt::LeftButton);
+        return button;
+    }
+    TConfigView *page() const { return qobject_cast<TConfigView *>(tab->visibleView()); }
+    QString homeText() const { return tab->homeView()->browser()->toPlainText(); }
+    bool connectedAndDescribed() const
+    {
+        return row(QStringLiteral("Connected"))
+               && statusBar->text() == QLatin1String("Board connected ( Exynos4412 Quad @ 1.4GHz / 1024MB DDR3 / 8GB )")
+               && homeText().contains(QLatin1String("EMMC: 8GB"));
+    }
+    bool reportedGone() const
+    {
+        return row(QStringLiteral("Board is not connected"))
+               && statusBar->text() == QLatin1String("Board is not connected, or Halvorn is not in USB download mode")
+               && homeText().contains(QLatin1String("Before connect your board to PC"));
+    }
+    // How many of "Quick Boot" and the start buttons of the pages other than `kind` can be
+    // pressed: 5 when all, 0 while page `kind` flashes.
+    int othersUsable(int kind) const
+    {
+        int usable = tab->quickBootButton()->isEnabled() ? 1 : 0;
+        for (int other = 0; other <= 4; ++other) {
+            if (other != kind && tab->configView(other)->findChild<QPushButton *>("startButton")->isEnabled())
+                ++usable;
+        }
+        return usable;
+    }
+
+    TMainWidget window;
+    std::shared_ptr<VirtualBoard> board;
+    BurnSystemWidget *tab = nullptr;
+    QLabel *statusBar = nullptr;
+};
+
+// A click on the box itself rather than the middle of its (wide) row.
+void clickBox(QAbstractButton *box)
+{
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+}
+
+QString logText(TConfigView *page)
+{
+    return page->findChild<QTextEdit *>("logBox")->toPlainText();
+}
+
+bool finished(TConfigView *page)
+{
+    return !page->isRunning() && logText(page).endsWith(kDone);
+}
+
+} // namespace
+
+class TstEndToEnd : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<Program> program;
+    QStringList boxes;
+    QString fileAnswer;
+    QString folderAnswer;
+
+    bool startConnected()
+    {
+        program = std::make_unique<Program>();
+        return program->board && QTest::qWaitFor([this] { return program->connectedAndDescribed(); }, 5000);
+    }
+    // Through the images-folder button of the page that the menu row `menu` brings up.
+    bool chooseFolder(const QString &menu, const ImagesFolder &folder)
+    {
+        if (!folder.ok || !program->clickMenu(menu) || !program->page())
+            return false;
+        folderAnswer = folder.dir.path();
+        QTest::mouseClick(program->page()->findChild<QPushButton *>("imagesFolderButton"), Qt::LeftButton);
+        return gImagesPath == folder.dir.path();
+    }
+    bool flash(TConfigView *page)
+    {
+        QTest::mouseClick(page->findChild<QPushButton *>("startButton"), Qt::LeftButton);
+        return QTest::qWaitFor([page] { return finished(page); }, 20000);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        UserDialogs::setInformationHandler([this](QWidget *, const QString &, const QString &text) { boxes << text; });
+        UserDialogs::setOpenFileNameHandler(
+            [this](QWidget *, const QString &, const QString &, const QString &) { return fileAnswer; });
+        UserDialogs::setDirectoryHandler([this](QWidget *, const QString &, const QString &) { return folderAnswer; });
+    }
+    void cleanupTestCase()
+    {
+        UserDialogs::setInformationHandler({});
+        UserDialogs::setOpenFileNameHandler({});
+        UserDialogs::setDirectoryHandler({});
+    }
+    void init() { boxes.clear(); }
+    void cleanup()
+    {
+        program.reset();
+        gImagesPath.clear();
+    }
+
+    void flashEachPage_data()
+    {
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QString>("radio");         // object name of a radio button to click, or ""
+        QTest::addColumn<QString>("view");          // where that leads
+        QTest::addColumn<QStringList>("clicks");    // check boxes clicked: item labels or object names
+        QTest::addColumn<QStringList>("browse");    // "label=file" chosen through a "..." button
+        QTest::addColumn<QString>("address");       // typed into the RAM address field, or ""
+        QTest::addColumn<QStringList>("received");  // "tag=file" in order; the command line as it is sent
+        QTest::addColumn<QByteArray>("lcd");
+        QTest::addColumn<QList<QByteArray>>("formats");
+        QTest::addColumn<bool>("leaves");
+        QTest::newRow("android")
+            << "Android" << "" << "androidView" << QStringList{"Android RootFs/System Image: "} << QStringList() << ""
+            << QStringList{"hlvn=android-boot.bin", "kern=zImage", "cmdl=" + kAndroidCmdLine,
+                           "rmdk=ramdisk-android.img", "fuig=userdata-8G.img"}
+            << QByteArray("HDMI720P60") << QList<QByteArray>() << false;
+        QTest::newRow("linux")
+            << "Linux" << "" << "linuxView" << QStringList{"Linux Ramdisk: ", "lowFormatCheckBox", "hdmiCheckBox"}
+            << QStringList() << ""
+            << QStringList{"hlvn=linux-boot.bin", "kern=zImage-linux", "cmdl=" + kLinuxCmdLine, "lfsi=rootfs.img"}
+            << QByteArray() << QList<QByteArray>{"fmtl"} << false;
+        QTest::newRow("windows ce")
+            << "Windows CE" << "" << "winCEView" << QStringList{"WinCE6 BootLoader: "} << QStringList() << ""
+            << QStringList{"celg=logo.bmp", "cenk=NK.bin"} << QByteArray("HDMI720P60") << QList<QByteArray>() << false;
+        QTest::newRow("user bin run")
+            << "User bin (No OS)" << "" << "nonOSViewRun" << QStringList() << QStringList{"No OS Image: =led.bin"}
+            << "40008000" << QStringList{"rbin=led.bin"} << QByteArray() << QList<QByteArray>() << true;
+        QTest::newRow("user bin install")
+            << "User bin (No OS)" << "installActionRadioButton" << "nonOSViewInstall" << QStringList()
+            << QStringList{"Halvorn: =halvorn-nand.bin", "No OS Image: =led.bin"} << "4000A000"
+            << QStringList{"hlvn=halvorn-nand.bin", "ubin=led.bin"} << QByteArray() << QList<QByteArray>() << false;
+    }
+    void flashEachPage()
+    {
+        QFETCH(QString, menu);
+        QFETCH(QString, radio);
+        QFETCH(QStringList, clicks);
+        QFETCH(QStringList, browse);
+        QFETCH(QString, address);
+        QFETCH(QStringList, received);
+        ImagesFolder folder("first");
+        QVERIFY(startConnected());
+        QVERIFY(chooseFolder("Android", folder));
+        QVERIFY(program->clickMenu(menu));
+        if (!radio.isEmpty())
+            clickBox(program->page()->findChild<QRadioButton *>(radio));
+        TConfigView *page = program->page();
+        QVERIFY(page);
+        QTEST(program->tab->currentViewName(), "view");
+
+        for (const QString &name : clicks) {
+            QCheckBox *box = page->findCheckboxControler(name);
+            if (!box)
+                box = page->findChild<QCheckBox *>(name);
+            QVERIFY2(box && box->isVisible() && box->isEnabled(), qPrintable(name));
+            const bool before = box->isChecked();
+            clickBox(box);
+            QCOMPARE(box->isChecked(), !before);
+        }
+        for (const QString &choice : browse) {
+            const QString label = choice.section('=', 0, 0);
+            fileAnswer = folder.path(choice.section('=', 1));
+            QTest::mouseClick(page->findBrowerButton(label), Qt::LeftButton);
+            QVERIFY(page->findCheckboxControler(label)->isChecked());
+        }
+        if (!address.isEmpty()) {
+            auto *field = page->findChild<QLineEdit *>("ramAddressEdit");
+            QCOMPARE(field->text(), QString("4412-userbin-default-addr-should be here"));
+            QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(field, address);
+            QCOMPARE(field->text(), address);
+        }
+
+        // While it runs, the other pages and "Quick Boot" must stay out of reach.
+        QList<int> usableMeanwhile; // at the start of every transfer
+        connect(gUsbDevCommand, &TUsbDevCommand::SendMaxSize, page,
+                [&] { usableMeanwhile << program->othersUsable(page->viewKind()); });
+        QVERIFY(flash(page));
+        QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
+        QCOMPARE(usableMeanwhile, QList<int>(received.size(), 0));
+        QCOMPARE(program->othersUsable(page->viewKind()), 5);
+
+        VirtualBoard &board = *program->board;
+        QList<QByteArray> tags;
+        for (const QString &item : received) {
+            const QByteArray tag = item.section('=', 0, 0).toLatin1();
+            const QString what = item.section('=', 1);
+            tags << tag;
+            QCOMPARE(board.image(tag), tag == "cmdl" ? what.toLatin1() : ImagesFolder::content("first", what));
+        }
+        QCOMPARE(board.receivedTags(), tags);
+        QTEST(board.lcdType(), "lcd");
+        QTEST(board.formatCommands(), "formats");
+        QCOMPARE(board.userBinAddress(), address.toLatin1());
+
+        QFETCH(bool, leaves);
+        QCOMPARE(board.timesLeftDownloadMode(), leaves ? 1 : 0);
+        if (leaves) {
+            // A user bin started from memory reboots the board; it comes back in download mode.
+            QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 5000);
+            QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
+            QCOMPARE(program->page(), page);
+        }
+    }
+
+    void quickBootAndReplug()
+    {
+        QVERIFY(startConnected());
+        QCOMPARE(program->tab->visibleView(), program->tab->homeView());
+        const int greetings = program->board->greetingCount();
+        QTest::mouseClick(program->tab->quickBootButton(), Qt::LeftButton);
+        QCOMPARE(program->board->bootCount(), 1);
+        QCOMPARE(program->board->timesLeftDownloadMode(), 1);
+        QVERIFY(!program->board->isPluggedIn());
+        QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 5000);
+
+        // Plugged in again (by VirtualBoardPlug, as a person would): greeted and described anew.
+        QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
+        QVERIFY(program->board->greetingCount() > greetings);
+        QCOMPARE(program->board->bootCount(), 1);
+        QVERIFY(program->tab->quickBootButton()->isEnabled());
+    }
+
+    void boardLostMidRun_data()
+    {
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QByteArray>("tag");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("pulled"); // the cable pulled, or the board dropping off by itself
+        QTest::newRow("cable pulled during the install image")
+            << "Windows CE" << QByteArray("cenk") << "NK.bin" << true;
+        QTest::newRow("board vanishes during the system image")
+            << "Android" << QByteArray("fsig") << "system.img" << false;
+    }
+    void boardLostMidRun()
+    {
+        QFETCH(QString, menu);
+        QFETCH(QByteArray, tag);
+        QFETCH(QString, file);
+        QFETCH(bool, pulled);
+        ImagesFolder folder("first");
+        QVERIFY(startConnected());
+        QVERIFY(chooseFolder(menu, folder));
+        TConfigView *page = program->page();
+        VirtualBoard &board = *program->board;
+        if (pulled) {
+            connect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, [&board, tag](int) {
+                if (board.receivedSize(tag) > 0)
+                    board.unplug();
+            });
+        } else {
+            board.setFault(VirtualBoard::Fault::VanishAfterPackets, 3);
+        }
+        QTest::mouseClick(page->findChild<QPushButton *>("startButton"), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 10000);
+        QTRY_VERIFY(!page->isRunning());
+
+        QVERIFY(board.receivedSize(tag) > 0);
+        QVERIFY(board.receivedSize(tag) < kBigImage);
+        QVERIFY(logText(page).contains("Write USB Error"));
+        QVERIFY(!logText(page).contains(kDone));
+        // A lost board is a disconnection, which ends the run without a box.
+        QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
+        QVERIFY(!page->findChild<QPushButton *>("startButton")->isHidden());
+        QVERIFY(page->findChild<QPushButton *>("startButton")->isEnabled());
+        QVERIFY(page->findChild<QPushButton *>("cancelButton")->isHidden());
+        QCOMPARE(program->othersUsable(page->viewKind()), 5);
+
+        // Plugged back in, the same page flashes the whole image.
+        QObject::disconnect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, nullptr);
+        board.setFault(VirtualBoard::Fault::None);
+        board.forgetReceived();
+        board.plugIn();
+        QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
+        QCOMPARE(program->page(), page);
+        QVERIFY(flash(page));
+        QCOMPARE(board.image(tag), ImagesFolder::content("first", file));
+        QVERIFY(boxes.isEmpty());
+    }
+
+    void anotherImagesFolder()
+    {
+        ImagesFolder first("first");
+        ImagesFolder second("second");
+        QVERIFY(startConnected());
+        QVERIFY(chooseFolder("Linux", first));
+        QVERIFY(chooseFolder("Windows CE", second));
+
+        const QList<QPair<int, QString>> fields = {{0, "Android Kernel: "}, {0, "Android Userdata Image: "},
+                                                   {1, "Linux RootFs: "}, {2, "WinCE6 InstallImage: "}};
+        const QStringList names = {"zImage", "userdata-8G.img", "rootfs.img", "NK.bin"};
+        for (int i = 0; i < fields.size(); ++i) {
+            QLineEdit *edit = program->tab->configView(fields[i].first)->findEditControler(fields[i].second);
+            QCOMPARE(edit->text(), second.path(names[i]));
+        }
+
+        QVERIFY(program->clickMenu("Android"));
+        QVERIFY(flash(program->page()));
+        QCOMPARE(program->board->image("kern"), ImagesFolder::content("second", "zImage"));
+        QCOMPARE(program->board->image("fuig"), ImagesFolder::content("second", "userdata-8G.img"));
+        QCOMPARE(program->board->image("fsig"), ImagesFolder::content("second", "system.img"));
+        QVERIFY(boxes.isEmpty());
+    }
+};
+
+QTEST_MAIN(TstEndToEnd)
+#include "tst_endtoend.moc"
