@@ -28,7 +28,6 @@ void TestTAboutView::updateButtonHidden()
     auto *button = view.findChild<QPushButton *>();
     QVERIFY(button);
     QVERIFY(!button->isVisible());
-    QCOMPARE(button->geometry(), QRect(460, 310, 180, 40));
     QCOMPARE(button->text(), QStringLiteral("Check for updates"));
 }
 
