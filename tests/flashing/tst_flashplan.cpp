@@ -23,7 +23,6 @@ private Q_SLOTS:
     void commandLineIsSentWithoutLineBreaks();
     void statusText_data();
     void statusText();
-    void selection();
 
 private:
     QString realText(const QString &text) const;
@@ -110,13 +109,12 @@ void TestFlashPlan::build_data()
     QTest::newRow("run: address then image") << run << false << false << "30000000" << none << Texts()
                                              << QStringList{ram, "No OS Image: "} << "";
     // Neither low format nor HDMI exists on this page; stale ticks must not leak in.
-    QTest::newRow("run: options it lacks are ignored") << run << true << true << "20000000" << none << Texts()
+    // The address is sent as typed, hexadecimal or not.
+    QTest::newRow("run: options it lacks are ignored") << run << true << true << "not hex" << none << Texts()
                                                        << QStringList{ram, "No OS Image: "} << "";
     QTest::newRow("install: everything")
         << install << true << true << "50000000" << QStringList{"Halvorn: "} << Texts()
         << QStringList{"LowFormat", ram, "Halvorn: ", "No OS Image: "} << "";
-    QTest::newRow("address is sent as typed") << run << false << false << "not hex" << none << Texts()
-                                              << QStringList{ram, "No OS Image: "} << "";
 
     // Refusals, each where the plan meets it first.
     QTest::newRow("run: no address although the image is fine")
@@ -125,9 +123,6 @@ void TestFlashPlan::build_data()
         << install << true << false << "" << none << Texts{{"No OS Image: ", kMissing}} << none << "No address.";
     QTest::newRow("run: image field empty") << run << false << false << "30000000" << none
                                             << Texts{{"No OS Image: ", ""}} << none << "No \"No OS Image: \".";
-    QTest::newRow("Android: kernel field empty")
-        << android << true << true << "" << QStringList{"Android Kernel: "} << Texts{{"Android Kernel: ", ""}}
-        << none << "No \"Android Kernel: \".";
     QTest::newRow("Android: missing boot loader comes before an empty kernel field")
         << android << false << false << "" << QStringList{"Android BootLoader: ", "Android Kernel: "}
         << Texts{{"Android BootLoader: ", kMissing}, {"Android Kernel: ", ""}} << none
@@ -240,8 +235,6 @@ void TestFlashPlan::statusText_data()
                              << "Set RAM address of user-bin (Step1/2) ...";
     QTest::newRow("Halvorn, two-digit numbers") << "Halvorn: " << 9 << 12 << false
                                                 << "Flashing Halvorn (Step10/12) ...";
-    QTest::newRow("command line in run mode") << "Kernel CommandLine: " << 0 << 1 << true
-                                              << "Set kernal command line (Step1/1) ...";
 }
 
 void TestFlashPlan::statusText()
@@ -254,36 +247,6 @@ void TestFlashPlan::statusText()
 
     const auto mode = runMode ? ConfigPage::ActionMode::Run : ConfigPage::ActionMode::Install;
     QCOMPARE(stepStatusText(key, current, count, mode), expected);
-}
-
-void TestFlashPlan::selection()
-{
-    FlashPageState run = FlashPageState::forKind(ConfigPage::UserBinRun);
-    QCOMPARE(run.selectedLabels(), QStringList{"No OS Image: "});
-    run.invertSelection();
-    QCOMPARE(run.selectedLabels(), QStringList{"No OS Image: "});
-    run.selectFilledItems();
-    QCOMPARE(run.selectedLabels(), QStringList{"No OS Image: "});
-
-    FlashPageState android = FlashPageState::forKind(ConfigPage::Android);
-    QCOMPARE(android.hdmiResolution, QString("HDMI1080P60D"));
-    QVERIFY(android.selectedLabels().isEmpty());
-    // A 6410 board: ramdisk and user data are disabled, and stay unticked.
-    android.item("Android Ramdisk: ")->enabled = false;
-    android.item("Android Userdata Image: ")->enabled = false;
-    android.selectAll();
-    QCOMPARE(android.selectedLabels(),
-             QStringList({"Android BootLoader: ", "Android Kernel: ", "Kernel CommandLine: ",
-                          "Android RootFs/System Image: "}));
-    android.item("Android Kernel: ")->checked = false;
-    android.invertSelection();
-    QCOMPARE(android.selectedLabels(), QStringList{"Android Kernel: "});
-
-    android.item("Android BootLoader: ")->text = QStringLiteral("/img/u-boot.bin");
-    android.item("Android Userdata Image: ")->text = QStringLiteral("/img/userdata.img");
-    android.selectFilledItems();
-    QCOMPARE(android.selectedLabels(), QStringList({"Android BootLoader: ", "Android Userdata Image: "}));
-    QVERIFY(!android.item("No such item: "));
 }
 
 QTEST_GUILESS_MAIN(TestFlashPlan)

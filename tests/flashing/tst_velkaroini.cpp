@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using Texts = QMap<QString, QString>; // label -> field text; "@name" is the file in the folder
+
 class TestVelkaroIni : public QObject
 {
     Q_OBJECT
@@ -13,18 +15,12 @@ private Q_SLOTS:
     void init();
     void readsValue_data();
     void readsValue();
-    void unreadableFilesHaveNoValues();
-    void longLinesAreReadWhole();
-    void fieldText_data();
-    void fieldText();
-    void lowFormat_data();
-    void lowFormat();
+    void unreadableAndHugeFiles();
+    void valueRules();
     void lcdType_data();
     void lcdType();
-    void fillsAndroidPage();
-    void fillsLinuxAndWinCePages();
-    void missingFileEmptiesFields();
-    void userBinPagesReadNothing();
+    void pageFill_data();
+    void pageFill();
     void userDataKeyFromHardwareInfo_data();
     void userDataKeyFromHardwareInfo();
     void findsImageSets();
@@ -63,116 +59,69 @@ void TestVelkaroIni::readsValue_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("expected");
+    const QString k = QStringLiteral("Linux-Kernel");
 
-    QTest::newRow("plain") << QByteArray("Linux-Kernel=zImage") << "Linux-Kernel" << "zImage";
-    QTest::newRow("blanks around key and value")
-        << QByteArray("  Linux-Kernel   =   zImage  \n") << "Linux-Kernel" << "zImage";
-    QTest::newRow("tabs count as blanks") << QByteArray("\tLinux-Kernel\t=\tzImage\t\n") << "Linux-Kernel" << "zImage";
-    QTest::newRow("keys are case-sensitive") << QByteArray("linux-kernel = zImage\n") << "Linux-Kernel" << "";
+    QTest::newRow("plain") << QByteArray("Linux-Kernel=zImage") << k << "zImage";
+    QTest::newRow("blanks and tabs around key and value") << QByteArray("  Linux-Kernel \t =   zImage\t \n") << k
+                                                          << "zImage";
+    QTest::newRow("keys are case-sensitive") << QByteArray("linux-kernel = zImage\n") << k << "";
     QTest::newRow("= inside the value survives")
         << QByteArray("Linux-CommandLine = root=/dev/mtdblock4 console=ttySAC0\n") << "Linux-CommandLine"
         << "root=/dev/mtdblock4 console=ttySAC0";
     QTest::newRow("inner blank runs collapse")
         << QByteArray("Android-CommandLine = console=ttySAC0,115200  init=/init\n") << "Android-CommandLine"
         << "console=ttySAC0,115200 init=/init";
-    QTest::newRow("blanks around an inner =") << QByteArray("K = a  =  b\n") << "K" << "a = b";
-    QTest::newRow("first of two wins") << QByteArray("Linux-Kernel = first\nLinux-Kernel = second\n")
-                                       << "Linux-Kernel" << "first";
+    QTest::newRow("first of two wins") << QByteArray("Linux-Kernel = first\nLinux-Kernel = second\n") << k << "first";
     // The first matching line decides even when its value is empty: the user wrote it.
-    QTest::newRow("first empty value wins") << QByteArray("Linux-Kernel =\nLinux-Kernel = second\n")
-                                            << "Linux-Kernel" << "";
-    QTest::newRow("key line without = is skipped") << QByteArray("Linux-Kernel\nLinux-Kernel = zImage\n")
-                                                  << "Linux-Kernel" << "zImage";
-    QTest::newRow("empty value") << QByteArray("Linux-Kernel =\n") << "Linux-Kernel" << "";
-    QTest::newRow("commented out") << QByteArray("#Linux-Kernel = zImage\n") << "Linux-Kernel" << "";
-    QTest::newRow("key that is a prefix") << QByteArray("Linux-Kernel-Old = a\nLinux-Kernel = b\n")
-                                         << "Linux-Kernel" << "b";
-    QTest::newRow("blank inside key collapses")
-        << QByteArray("Linux   Kernel = a\n") << "Linux Kernel" << "a";
-    QTest::newRow("CRLF line ends") << QByteArray("LowFormat = No\r\nLinux-Kernel = zImage\r\nX = y\r\n")
-                                    << "Linux-Kernel" << "zImage";
-    QTest::newRow("CR at end of value") << QByteArray("Linux-Kernel = zImage\r\n") << "Linux-Kernel" << "zImage";
-    QTest::newRow("UTF-8 byte-order mark before the first key")
-        << QByteArray("\xEF\xBB\xBFLinux-Kernel = zImage\n") << "Linux-Kernel" << "zImage";
-    QTest::newRow("UTF-8 file name") << QByteArray("Linux-Kernel = zImage-\xE4\xB8\xAD\n") << "Linux-Kernel"
+    QTest::newRow("first empty value wins") << QByteArray("Linux-Kernel =\nLinux-Kernel = second\n") << k << "";
+    QTest::newRow("key line without = is skipped") << QByteArray("Linux-Kernel\nLinux-Kernel = zImage\n") << k
+                                                  << "zImage";
+    QTest::newRow("commented out") << QByteArray("#Linux-Kernel = zImage\n") << k << "";
+    QTest::newRow("CRLF line ends") << QByteArray("LowFormat = No\r\nLinux-Kernel = zImage\r\n") << k << "zImage";
+    QTest::newRow("UTF-8 byte-order mark before the first key") << QByteArray("\xEF\xBB\xBFLinux-Kernel = zImage\n")
+                                                                << k << "zImage";
+    QTest::newRow("UTF-8 file name") << QByteArray("Linux-Kernel = zImage-\xE4\xB8\xAD\n") << k
                                      << QString::fromUtf8("zImage-\xE4\xB8\xAD");
-    QTest::newRow("last line without line end") << QByteArray("A = 1\nLinux-Kernel = zImage") << "Linux-Kernel"
-                                                << "zImage";
-    QTest::newRow("empty file") << QByteArray() << "Linux-Kernel" << "";
-    QTest::newRow("binary junk has no keys") << bytes("\x7f" "ELF\x02\x01\x00\x00=\xff\xfe\x00\n\x00\x01=\x02")
-                                             << "Linux-Kernel" << "";
+    QTest::newRow("last line without line end") << QByteArray("A = 1\nLinux-Kernel = zImage") << k << "zImage";
+    QTest::newRow("empty file") << QByteArray() << k << "";
+    QTest::newRow("binary junk has no keys") << bytes("\x7f" "ELF\x02\x01\x00\x00=\xff\xfe\x00\n\x00\x01=\x02") << k
+                                             << "";
     // Junk in front of a good line does not hide it; nothing is rejected wholesale.
-    QTest::newRow("binary junk before a key line")
-        << bytes("\x00\x01\xff\xfe=\x80\x00\nLinux-Kernel = zImage\n") << "Linux-Kernel" << "zImage";
+    QTest::newRow("binary junk before a key line") << bytes("\x00\x01\xff\xfe=\x80\x00\nLinux-Kernel = zImage\n") << k
+                                                   << "zImage";
 }
 
 void TestVelkaroIni::readsValue()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, key);
-    QFETCH(QString, expected);
-
     const QString ini = writeIni(content);
     QVERIFY(!ini.isEmpty());
-    QCOMPARE(readVelkaroIniKeyValue(ini, key), expected);
+    QTEST(readVelkaroIniKeyValue(ini, key), "expected");
 }
 
-void TestVelkaroIni::unreadableFilesHaveNoValues()
+void TestVelkaroIni::unreadableAndHugeFiles()
 {
     QCOMPARE(readVelkaroIniKeyValue(dir->filePath("absent.ini"), "Linux-Kernel"), QString());
     QCOMPARE(readVelkaroIniKeyValue(dir->path(), "Linux-Kernel"), QString());
     QCOMPARE(readVelkaroIniKeyValue(QString(), "Linux-Kernel"), QString());
-}
 
-void TestVelkaroIni::longLinesAreReadWhole()
-{
     const QByteArray longValue(1024 * 1024, 'x');
     const QString ini = writeIni(QByteArray(1024 * 1024, 'j') + "\nA = " + longValue + "\nLinux-Kernel = zImage\n");
-    QVERIFY(!ini.isEmpty());
     QCOMPARE(readVelkaroIniKeyValue(ini, "Linux-Kernel"), QString("zImage"));
     QCOMPARE(readVelkaroIniKeyValue(ini, "A"), QString::fromLatin1(longValue));
 }
 
-void TestVelkaroIni::fieldText_data()
+void TestVelkaroIni::valueRules()
 {
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("expected");
+    QCOMPARE(VelkaroIni::fieldText("/media/dvd/images", "zImage"), QString("/media/dvd/images/zImage"));
+    QCOMPARE(VelkaroIni::fieldText("/opt/ostrakit/images/", "zImage"), QString("/opt/ostrakit/images//zImage"));
+    QCOMPARE(VelkaroIni::fieldText("/media/dvd/images", ""), QString());
 
-    QTest::newRow("file") << "/media/dvd/images" << "zImage" << "/media/dvd/images/zImage";
-    QTest::newRow("folder with trailing /") << "/opt/ostrakit/images/" << "zImage" << "/opt/ostrakit/images//zImage";
-    QTest::newRow("empty value") << "/media/dvd/images" << "" << "";
-    QTest::newRow("value in a subfolder") << "/img" << "android/ramdisk.img" << "/img/android/ramdisk.img";
-}
-
-void TestVelkaroIni::fieldText()
-{
-    QFETCH(QString, folder);
-    QFETCH(QString, value);
-    QFETCH(QString, expected);
-    QCOMPARE(VelkaroIni::fieldText(folder, value), expected);
-}
-
-void TestVelkaroIni::lowFormat_data()
-{
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<bool>("expected");
-
-    QTest::newRow("yes") << "yes" << true;
-    QTest::newRow("Y") << "Y" << true;
-    QTest::newRow("y1") << "y1" << true;
-    QTest::newRow("Yes") << "Yes" << true;
-    QTest::newRow("No") << "No" << false;
-    QTest::newRow("1") << "1" << false;
-    QTest::newRow("true") << "true" << false;
-    QTest::newRow("absent") << "" << false;
-}
-
-void TestVelkaroIni::lowFormat()
-{
-    QFETCH(QString, value);
-    QFETCH(bool, expected);
-    QCOMPARE(VelkaroIni::lowFormatFromValue(value), expected);
+    for (const char *yes : {"yes", "Y", "y1"})
+        QVERIFY2(VelkaroIni::lowFormatFromValue(yes), yes);
+    for (const char *no : {"No", "1", "true", ""})
+        QVERIFY2(!VelkaroIni::lowFormatFromValue(no), no);
 }
 
 void TestVelkaroIni::lcdType_data()
@@ -196,12 +145,10 @@ void TestVelkaroIni::lcdType()
 {
     QFETCH(QString, value);
     QFETCH(int, action);
-    QFETCH(int, index);
-
     const VelkaroIni::LcdTypeChoice choice = VelkaroIni::lcdTypeFromValue(value);
     QCOMPARE(int(choice.action), action);
     if (action == VelkaroIni::LcdTypeChoice::SelectResolution)
-        QCOMPARE(choice.resolutionIndex, index);
+        QTEST(choice.resolutionIndex, "index");
 }
 
 namespace {
@@ -225,90 +172,73 @@ const QByteArray kFullIni = "LowFormat = Yes\n"
                             "WindowsCE6-BootLogo = logo.bmp\n"
                             "WindowsCE6-InstallImage = NK.bin\n";
 
-QStringList fieldLabels(const VelkaroIni::PageFill &fill)
-{
-    QStringList labels;
-    for (const auto &field : fill.fields)
-        labels << field.label;
-    return labels;
-}
-
-QStringList fieldTexts(const VelkaroIni::PageFill &fill)
-{
-    QStringList texts;
-    for (const auto &field : fill.fields)
-        texts << field.text;
-    return texts;
-}
-
 } // namespace
 
-void TestVelkaroIni::fillsAndroidPage()
+void TestVelkaroIni::pageFill_data()
 {
-    const QString ini = writeIni(kFullIni);
-    const VelkaroIni::ImageSet set{dir->path(), ini};
-    const QString f = dir->path() + "/";
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<bool>("fileThere");
+    QTest::addColumn<QString>("userDataKey");
+    QTest::addColumn<Texts>("texts"); // empty: the page takes nothing from the file
 
-    const auto fill = VelkaroIni::readPageFill(ConfigPage::Android, set, "Android-UserData-8G");
-    QVERIFY(fill.has_value());
-    QVERIFY(fill->lowFormat);
-    QCOMPARE(int(fill->lcdType.action), int(VelkaroIni::LcdTypeChoice::SelectResolution));
-    QCOMPARE(fill->lcdType.resolutionIndex, 10);
-    // Every item of the page is filled, each exactly once.
-    QStringList labels = fieldLabels(*fill);
-    QStringList pageLabels = ConfigPage::itemLabels(ConfigPage::Android);
-    labels.sort();
-    pageLabels.sort();
-    QCOMPARE(labels, pageLabels);
-    QCOMPARE(fieldLabels(*fill),
-             QStringList({"Android BootLoader: ", "Kernel CommandLine: ", "Android Kernel: ", "Android Ramdisk: ",
-                          "Android Userdata Image: ", "Android RootFs/System Image: "}));
-    QCOMPARE(fieldTexts(*fill),
-             QStringList({f + "u-boot.bin", "console=ttySAC0,115200 skipcali=y", f + "zImage-android",
-                          f + "ramdisk-u.img", f + "userdata-8g.img", f + "system.img"}));
-
-    const auto plain = VelkaroIni::readPageFill(ConfigPage::Android, set, VelkaroIni::kDefaultUserDataKey);
-    QCOMPARE(plain->fields.at(4).text, f + "userdata.img");
+    const QString plainKey = VelkaroIni::kDefaultUserDataKey;
+    const Texts android{{"Android BootLoader: ", "@u-boot.bin"},
+                        {"Kernel CommandLine: ", "console=ttySAC0,115200 skipcali=y"},
+                        {"Android Kernel: ", "@zImage-android"},
+                        {"Android Ramdisk: ", "@ramdisk-u.img"},
+                        {"Android Userdata Image: ", "@userdata-8g.img"},
+                        {"Android RootFs/System Image: ", "@system.img"}};
+    QTest::newRow("Android, 8G") << int(ConfigPage::Android) << true << "Android-UserData-8G" << android;
+    Texts plain = android;
+    plain["Android Userdata Image: "] = "@userdata.img";
+    QTest::newRow("Android, plain user data") << int(ConfigPage::Android) << true << plainKey << plain;
     // A size whose key the file lacks empties the field rather than falling back.
-    const auto noSuchSize = VelkaroIni::readPageFill(ConfigPage::Android, set, "Android-UserData-16G");
-    QCOMPARE(noSuchSize->fields.at(4).text, QString());
+    Texts noSuchSize = android;
+    noSuchSize["Android Userdata Image: "] = "";
+    QTest::newRow("Android, 16G not in the file") << int(ConfigPage::Android) << true << "Android-UserData-16G"
+                                                  << noSuchSize;
+    QTest::newRow("Linux, commented-out ramdisk")
+        << int(ConfigPage::Linux) << true << plainKey
+        << Texts{{"Linux BootLoader: ", "@u-boot-linux.bin"}, {"Linux Kernel: ", "@zImage"},
+                 {"Kernel CommandLine: ", "root=/dev/mtdblock4 init=/linuxrc"}, {"Linux Ramdisk: ", ""},
+                 {"Linux RootFs: ", "@rootfs.img"}};
+    QTest::newRow("WinCE, boot loader key with a lower-case l")
+        << int(ConfigPage::WinCE) << true << plainKey
+        << Texts{{"WinCE6 BootLoader: ", "@NBOOT.nb0"}, {"WinCE6 BootLogo: ", "@logo.bmp"},
+                 {"WinCE6 InstallImage: ", "@NK.bin"}};
+    Texts emptied = android;
+    for (QString &text : emptied)
+        text.clear();
+    QTest::newRow("missing file empties every field") << int(ConfigPage::Android) << false << plainKey << emptied;
+    QTest::newRow("user bin run reads nothing") << int(ConfigPage::UserBinRun) << true << plainKey << Texts();
+    QTest::newRow("user bin install reads nothing") << int(ConfigPage::UserBinInstall) << true << plainKey << Texts();
 }
 
-void TestVelkaroIni::fillsLinuxAndWinCePages()
+void TestVelkaroIni::pageFill()
 {
-    const QString ini = writeIni(kFullIni);
-    const VelkaroIni::ImageSet set{dir->path(), ini};
-    const QString f = dir->path() + "/";
+    QFETCH(int, kind);
+    QFETCH(bool, fileThere);
+    QFETCH(QString, userDataKey);
+    QFETCH(Texts, texts);
 
-    const auto linuxFill = VelkaroIni::readPageFill(ConfigPage::Linux, set, VelkaroIni::kDefaultUserDataKey);
-    QVERIFY(linuxFill.has_value());
-    QCOMPARE(fieldLabels(*linuxFill), ConfigPage::itemLabels(ConfigPage::Linux));
-    QCOMPARE(fieldTexts(*linuxFill), QStringList({f + "u-boot-linux.bin", f + "zImage",
-                                              "root=/dev/mtdblock4 init=/linuxrc", "", f + "rootfs.img"}));
-
-    const auto wince = VelkaroIni::readPageFill(ConfigPage::WinCE, set, VelkaroIni::kDefaultUserDataKey);
-    QVERIFY(wince.has_value());
-    QCOMPARE(fieldLabels(*wince), ConfigPage::itemLabels(ConfigPage::WinCE));
-    QCOMPARE(fieldTexts(*wince), QStringList({f + "NBOOT.nb0", f + "logo.bmp", f + "NK.bin"}));
-}
-
-void TestVelkaroIni::missingFileEmptiesFields()
-{
-    const VelkaroIni::ImageSet nowhere{dir->path(), dir->filePath("Velkaro.ini")};
-    const auto fill = VelkaroIni::readPageFill(ConfigPage::Android, nowhere, VelkaroIni::kDefaultUserDataKey);
-    QVERIFY(fill.has_value());
-    QVERIFY(!fill->lowFormat);
-    QCOMPARE(int(fill->lcdType.action), int(VelkaroIni::LcdTypeChoice::KeepControls));
-    QCOMPARE(fill->fields.size(), ConfigPage::itemLabels(ConfigPage::Android).size());
+    const VelkaroIni::ImageSet set{dir->path(), fileThere ? writeIni(kFullIni) : dir->filePath("Velkaro.ini")};
+    const auto fill = VelkaroIni::readPageFill(ConfigPage::Kind(kind), set, userDataKey);
+    QCOMPARE(fill.has_value(), !texts.isEmpty());
+    if (!fill)
+        return;
+    QCOMPARE(fill->lowFormat, fileThere);
+    QCOMPARE(int(fill->lcdType.action), int(fileThere ? VelkaroIni::LcdTypeChoice::SelectResolution
+                                                      : VelkaroIni::LcdTypeChoice::KeepControls));
+    // Every item of the page is set, each exactly once.
+    Texts got;
     for (const auto &field : fill->fields)
-        QVERIFY2(field.text.isEmpty(), qPrintable(field.label));
-}
-
-void TestVelkaroIni::userBinPagesReadNothing()
-{
-    const VelkaroIni::ImageSet set{dir->path(), writeIni(kFullIni)};
-    QVERIFY(!VelkaroIni::readPageFill(ConfigPage::UserBinRun, set, VelkaroIni::kDefaultUserDataKey));
-    QVERIFY(!VelkaroIni::readPageFill(ConfigPage::UserBinInstall, set, VelkaroIni::kDefaultUserDataKey));
+        got.insert(field.label, field.text);
+    QCOMPARE(fill->fields.size(), ConfigPage::itemLabels(ConfigPage::Kind(kind)).size());
+    for (QString &text : texts) {
+        if (text.startsWith('@'))
+            text = dir->path() + "/" + text.mid(1);
+    }
+    QCOMPARE(got, texts);
 }
 
 void TestVelkaroIni::userDataKeyFromHardwareInfo_data()
@@ -330,18 +260,14 @@ void TestVelkaroIni::userDataKeyFromHardwareInfo_data()
     QTest::newRow("only the second part is the value") << c4412 << android << "Halvorn\nEMMC: 8GB: 16GB"
                                                        << "Android-UserData-8G" << true;
     QTest::newRow("CRLF") << c4412 << android << "Halvorn\r\nEMMC: 16GB\r\n" << "Android-UserData-16G" << true;
-    QTest::newRow("unknown size refills plain key") << c4412 << android << "Halvorn\nEMMC: 2GB" << plain << true;
-    QTest::newRow("48G is not 4G") << c4412 << android << "Halvorn\nEMMC: 48G" << plain << true;
+    QTest::newRow("48G is not 4G: plain key refilled") << c4412 << android << "Halvorn\nEMMC: 48G" << plain << true;
     QTest::newRow("first EMMC line decides") << c4412 << android << "Halvorn\nEMMC:\nEMMC: 8GB" << plain << true;
-    QTest::newRow("EMMC on the first line is ignored") << c4412 << android << "EMMC: 8GB\nCPU: 4412" << plain
-                                                       << false;
+    QTest::newRow("EMMC on the first line is ignored") << c4412 << android << "EMMC: 8GB\nCPU: 4412" << plain << false;
     QTest::newRow("line without colon") << c4412 << android << "Halvorn\nEMMC 8GB" << plain << false;
-    QTest::newRow("one line only") << c4412 << android << "EMMC: 8GB" << plain << false;
     QTest::newRow("empty info") << c4412 << android << "" << plain << false;
-    QTest::newRow("other processor") << int(TUsbDevCommand::CPU_6410) << android << "Halvorn\nEMMC: 8GB" << plain
-                                     << false;
-    QTest::newRow("5250 has one image") << int(TUsbDevCommand::CPU_5250) << android << "Halvorn\nEMMC: 8GB"
-                                        << plain << false;
+    QTest::newRow("6410") << int(TUsbDevCommand::CPU_6410) << android << "Halvorn\nEMMC: 8GB" << plain << false;
+    QTest::newRow("5250 has one image") << int(TUsbDevCommand::CPU_5250) << android << "Halvorn\nEMMC: 8GB" << plain
+                                        << false;
     QTest::newRow("Linux page") << c4412 << int(ConfigPage::Linux) << "Halvorn\nEMMC: 8GB" << plain << false;
 }
 
@@ -350,12 +276,9 @@ void TestVelkaroIni::userDataKeyFromHardwareInfo()
     QFETCH(int, cpu);
     QFETCH(int, kind);
     QFETCH(QString, info);
-    QFETCH(QString, key);
-    QFETCH(bool, refill);
-
     const auto choice = VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Kind(kind), info);
-    QCOMPARE(choice.key, key);
-    QCOMPARE(choice.refill, refill);
+    QTEST(choice.key, "key");
+    QTEST(choice.refill, "refill");
 }
 
 void TestVelkaroIni::findsImageSets()
@@ -373,13 +296,10 @@ void TestVelkaroIni::findsImageSets()
     QVERIFY(!VelkaroIni::userDataImageSet(dvd, program).isValid());
 
     QVERIFY(!writeIni("A = 1\n", program + "/images").isEmpty());
-    const VelkaroIni::ImageSet shipped = VelkaroIni::programImageSet(program);
-    QCOMPARE(shipped.folder, program + "/images/");
-    QCOMPARE(shipped.iniFile, program + "/images/Velkaro.ini");
+    QCOMPARE(VelkaroIni::programImageSet(program).folder, program + "/images/");
+    QCOMPARE(VelkaroIni::programImageSet(program).iniFile, program + "/images/Velkaro.ini");
     // After attach the program's folder is used without the trailing "/".
-    const VelkaroIni::ImageSet fallback = VelkaroIni::userDataImageSet(dvd, program);
-    QCOMPARE(fallback.folder, program + "/images");
-    QCOMPARE(fallback.iniFile, program + "/images/Velkaro.ini");
+    QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, program + "/images");
     QCOMPARE(VelkaroIni::userDataImageSet(QString(), program).folder, program + "/images");
 
     QVERIFY(!writeIni("A = 1\n", dvd).isEmpty());
@@ -387,10 +307,6 @@ void TestVelkaroIni::findsImageSets()
     QCOMPARE(VelkaroIni::chosenImageSet(dvd).folder, dvd);
     QCOMPARE(VelkaroIni::chosenImageSet(dvd).iniFile, dvd + "/Velkaro.ini");
     QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, dvd);
-
-    QCOMPARE(VelkaroIni::commandLineKey(ConfigPage::Android), QString("Android-CommandLine"));
-    QCOMPARE(VelkaroIni::commandLineKey(ConfigPage::Linux), QString("Linux-CommandLine"));
-    QCOMPARE(VelkaroIni::commandLineKey(ConfigPage::WinCE), QString());
 }
 
 QTEST_GUILESS_MAIN(TestVelkaroIni)

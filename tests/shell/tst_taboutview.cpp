@@ -11,7 +11,6 @@ class TestTAboutView : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void updateButtonHidden();
     void updateCheckIsOnlyAPause();
     void versionAtBottomRight();
 };
@@ -21,21 +20,13 @@ void TestTAboutView::initTestCase()
     PaintProbe::useCrispFont();
 }
 
-void TestTAboutView::updateButtonHidden()
+void TestTAboutView::updateCheckIsOnlyAPause()
 {
     TAboutView view;
     view.show();
     auto *button = view.findChild<QPushButton *>();
     QVERIFY(button);
-    QVERIFY(!button->isVisible());
-    QCOMPARE(button->geometry(), QRect(460, 310, 180, 40));
-    QCOMPARE(button->text(), QStringLiteral("Check for updates"));
-}
-
-void TestTAboutView::updateCheckIsOnlyAPause()
-{
-    TAboutView view;
-    auto *button = view.findChild<QPushButton *>();
+    QVERIFY(!button->isVisible()); // the check is not offered
     QElapsedTimer clock;
     clock.start();
     button->click();
