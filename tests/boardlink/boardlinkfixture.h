@@ -1,16 +1,15 @@
 #pragma once
 // A protocol object wired to a virtual board, with a view that records every board
-// signal it receives in order, the way the program's views receive them.
+// signal it receives, the way the program's views receive them.
 
 #include "app/globals.h"
 #include "boardlink/global.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
 
-#include <QObject>
-#include <QSignalSpy>
-#include <QStringList>
 #include <QEventLoop>
+#include <QObject>
+#include <QStringList>
 #include <QTest>
 #include <QTimer>
 
@@ -20,63 +19,34 @@ class SignalRecorder : public QObject
 {
     Q_OBJECT
 public:
-    QStringList events;
-    QStringList logs;         // "level:text"
+    QStringList events; // connections, sizes, descriptions and processors, in order
+    QStringList logs;   // "level:text"
     QList<bool> finished;
     QList<int> positions;
-    QList<int> maxSizes;
     QStringList attached;
-    int connectedTrue = 0;
-    int connectedFalse = 0;
-    int cpuRecognized = 0;
 
+    int count(const QString &event) const { return int(events.count(event)); }
     void clear()
     {
         events.clear();
         logs.clear();
         finished.clear();
         positions.clear();
-        maxSizes.clear();
         attached.clear();
-        connectedTrue = connectedFalse = cpuRecognized = 0;
     }
 
 public Q_SLOTS:
-    void USBConnected(bool on)
-    {
-        events << QStringLiteral("Connected(%1)").arg(on ? "true" : "false");
-        (on ? connectedTrue : connectedFalse)++;
-    }
-    void USBReportLog(int level, QString text)
-    {
-        events << QStringLiteral("Log(%1,%2)").arg(level).arg(text);
-        logs << QStringLiteral("%1:%2").arg(level).arg(text);
-    }
-    void USBSendFinished(bool ok)
-    {
-        events << QStringLiteral("Finished(%1)").arg(ok ? "true" : "false");
-        finished << ok;
-    }
-    void USBSendMaxSize(int size)
-    {
-        events << QStringLiteral("Max(%1)").arg(size);
-        maxSizes << size;
-    }
-    void USBSendCurrentPos(int pos)
-    {
-        positions << pos;
-    }
+    void USBConnected(bool on) { events << (on ? "Connected(true)" : "Connected(false)"); }
+    void USBReportLog(int level, QString text) { logs << QString::number(level) + ':' + text; }
+    void USBSendFinished(bool ok) { finished << ok; }
+    void USBSendMaxSize(int size) { events << QStringLiteral("Max(%1)").arg(size); }
+    void USBSendCurrentPos(int pos) { positions << pos; }
     void USBNewDeviceAttached(QString text)
     {
         events << QStringLiteral("Attached");
         attached << text;
     }
-    void CpuRecognized()
-    {
-        events << QStringLiteral("Cpu");
-        ++cpuRecognized;
-    }
-
+    void CpuRecognized() { events << QStringLiteral("Cpu"); }
 };
 
 struct BoardLink
@@ -84,8 +54,7 @@ struct BoardLink
     explicit BoardLink(TUsbDevCommand::TBoardCPU cpu = TUsbDevCommand::CPU_4412)
         : command(new TUsbDevCommand(nullptr)), board(std::make_shared<VirtualBoard>(cpu))
     {
-        // Tests drive the once-a-second poll themselves.
-        command->Stop();
+        command->Stop(); // tests drive the once-a-second poll themselves
         command->setTransport(board);
         gUsbDevCommand = command.get();
         Global::connectUSBSlots(&view);
@@ -99,27 +68,20 @@ struct BoardLink
         command->pollBoard();
     }
 
-    // Runs the event loop until the running request has reported `count` outcomes, then
-    // a little longer so that a stray further outcome would be seen.
-    bool waitFinished(int count = 1, int timeoutMs = 120000)
+    // Turns the event loop until `count` outcomes have arrived, and a little longer so
+    // that a stray further outcome would be seen.
+    bool waitFinished(int count = 1)
     {
-        if (view.finished.size() < count) {
-            QEventLoop loop;
-            QTimer timeout;
-            timeout.setSingleShot(true);
-            QObject::connect(&timeout, &QTimer::timeout, &loop, &QEventLoop::quit);
-            QObject::connect(command.get(), &TUsbDevCommand::SendFinished, &loop, [&] {
-                // Connected after the view, so the view has counted this outcome already.
-                if (view.finished.size() >= count)
-                    QTimer::singleShot(0, &loop, &QEventLoop::quit);
-            });
-            timeout.start(timeoutMs);
-            loop.exec();
-        }
+        QEventLoop loop;
+        QObject::connect(command.get(), &TUsbDevCommand::SendFinished, &loop, [&] {
+            if (view.finished.size() >= count) // the view, connected first, has counted it
+                QTimer::singleShot(0, &loop, &QEventLoop::quit);
+        });
+        QTimer::singleShot(120000, &loop, &QEventLoop::quit);
         if (view.finished.size() < count)
-            return false;
+            loop.exec();
         QTest::qWait(20);
-        return true;
+        return view.finished.size() >= count;
     }
 
     std::unique_ptr<TUsbDevCommand> command;

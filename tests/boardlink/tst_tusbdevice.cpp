@@ -3,75 +3,56 @@
 #include "boardlink/tusbdevice.h"
 #include "boardlink/usbtransport.h"
 
-#include <QSignalSpy>
 #include <QTest>
-
-#include <deque>
 
 namespace {
 
-class ScriptedTransport : public UsbTransport
+// Answers from a script: a write result of -1 fails a write, a reply "!" fails a read.
+struct ScriptedTransport : UsbTransport
 {
-public:
     bool boardPresent = true;
     bool opened = false;
-    std::deque<int> writeResults;         // -1 fails a write; empty means success
-    std::deque<QByteArray> replies;       // "!" fails a read; empty queue answers nothing
+    QList<int> writeResults;   // empty: every write succeeds
+    QList<QByteArray> replies; // empty: nothing is answered
     QList<QByteArray> written;
 
     bool open() override { return opened = boardPresent; }
     bool isOpen() const override { return opened; }
+    void close() override { opened = false; }
     int write(const char *data, int len) override
     {
         written << QByteArray(data, len);
-        if (writeResults.empty())
-            return len;
-        const int r = writeResults.front();
-        writeResults.pop_front();
-        return r;
+        return writeResults.isEmpty() ? len : writeResults.takeFirst();
     }
     int read(char *buffer, int len) override
     {
-        if (replies.empty())
-            return 0;
-        const QByteArray r = replies.front();
-        replies.pop_front();
+        const QByteArray r = replies.isEmpty() ? QByteArray() : replies.takeFirst();
         if (r == "!")
             return -1;
         const int n = qMin(len, int(r.size()));
         memcpy(buffer, r.constData(), size_t(n));
         return n;
     }
-    void close() override { opened = false; }
 };
 
-class ProbeDevice : public TUsbDevice
+// The worker, polled by hand, with a settable busy state and a record of what it tells.
+struct Rig : TUsbDevice
 {
-public:
     bool busy = false;
-    bool IsBusy() override { return busy; }
-    void setQuiet(bool on) { quiet = on; }
-};
+    std::shared_ptr<ScriptedTransport> transport = std::make_shared<ScriptedTransport>();
+    QStringList told; // "Connected(true)", "1:Read USB Error", ...
 
-struct Rig
-{
     Rig()
     {
-        device.Stop();
-        device.setTransport(transport);
+        Stop();
+        setTransport(transport);
+        connect(this, &TUsbDevice::Connected, [this](bool on) { told << (on ? "Connected(true)" : "Connected(false)"); });
+        connect(this, &TUsbDevice::ReportLog, [this](int level, const QString &text) {
+            told << QString::number(level) + ':' + text;
+        });
     }
-    ProbeDevice device;
-    std::shared_ptr<ScriptedTransport> transport = std::make_shared<ScriptedTransport>();
-    QSignalSpy connected{&device, &TUsbDevice::Connected};
-    QSignalSpy logs{&device, &TUsbDevice::ReportLog};
-
-    QStringList logTexts() const
-    {
-        QStringList texts;
-        for (const QList<QVariant> &args : logs)
-            texts << QStringLiteral("%1:%2").arg(args.at(0).toInt()).arg(args.at(1).toString());
-        return texts;
-    }
+    bool IsBusy() override { return busy; }
+    void setQuiet(bool on) { quiet = on; }
 };
 
 } // namespace
@@ -80,119 +61,102 @@ class TstTUsbDevice : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void runWithoutConnectionOnlyComplains()
-    {
-        Rig rig;
-        QVERIFY(rig.device.Run("GETINFO", false).isEmpty());
-        QCOMPARE(rig.logTexts(), QStringList{"1:USB Cable not Connected or else error"});
-        QCOMPARE(rig.connected.count(), 0);
-        QVERIFY(rig.transport->written.isEmpty());
-    }
-
     void runReturnsTheReplyAsRead()
     {
         Rig rig;
-        rig.device.pollBoard();
+        // Without a connection: a complaint whatever reportErrors says, and nothing else.
+        QVERIFY(rig.Run("GETINFO", false).isEmpty());
+        QCOMPARE(rig.told, QStringList{"1:USB Cable not Connected or else error"});
+        QVERIFY(rig.transport->written.isEmpty());
+
+        rig.pollBoard();
         rig.transport->written.clear();
-        rig.transport->replies.push_back(QByteArray("1 done\0\0\0", 9));
-        QCOMPARE(rig.device.Run("GETINFO", true), QByteArray("1 done\0\0\0", 9));
-        rig.transport->replies.push_back(QByteArray());
-        QCOMPARE(rig.device.Run("X", true), QByteArray());
+        rig.told.clear();
+        rig.transport->replies << QByteArray("1 done\0\0\0", 9) << QByteArray();
+        QCOMPARE(rig.Run("GETINFO", true), QByteArray("1 done\0\0\0", 9));
+        QCOMPARE(rig.Run("X", true), QByteArray());
         QCOMPARE(rig.transport->written, QList<QByteArray>({"GETINFO", "X"}));
-        QVERIFY(rig.logs.isEmpty());
-        QVERIFY(rig.device.isConnected());
+        QVERIFY(rig.told.isEmpty());
+        QVERIFY(rig.isConnected());
     }
 
+    // quiet: 0 never, 1 set while connected, 2 set before connecting (a new connection lifts it).
     void failedTransfersDropTheConnection_data()
     {
         QTest::addColumn<bool>("writeFails");
         QTest::addColumn<bool>("reportErrors");
-        QTest::addColumn<bool>("quiet");
-        QTest::addColumn<QStringList>("expectedLogs");
-        QTest::newRow("write, reported") << true << true << false << QStringList{"1:Write USB Error"};
-        QTest::newRow("write, not reported") << true << false << false << QStringList{};
-        QTest::newRow("read, reported") << false << true << false << QStringList{"1:Read USB Error"};
-        QTest::newRow("read is reported even when not asked") << false << false << false
-                                                               << QStringList{"1:Read USB Error"};
-        QTest::newRow("write, quiet") << true << true << true << QStringList{};
-        QTest::newRow("read, quiet") << false << true << true << QStringList{};
+        QTest::addColumn<int>("quiet");
+        QTest::addColumn<QStringList>("told");
+        const QString write("1:Write USB Error"), read("1:Read USB Error"), gone("Connected(false)");
+        QTest::newRow("write, reported") << true << true << 0 << QStringList{write, gone};
+        QTest::newRow("write, not reported") << true << false << 0 << QStringList{gone};
+        QTest::newRow("read, reported") << false << true << 0 << QStringList{read, gone};
+        QTest::newRow("read is reported even when not asked") << false << false << 0 << QStringList{read, gone};
+        QTest::newRow("write, quiet") << true << true << 1 << QStringList{gone};
+        QTest::newRow("read, quiet") << false << true << 1 << QStringList{gone};
+        QTest::newRow("read, quiet before connecting") << false << true << 2 << QStringList{read, gone};
     }
     void failedTransfersDropTheConnection()
     {
         QFETCH(bool, writeFails);
         QFETCH(bool, reportErrors);
-        QFETCH(bool, quiet);
-        QFETCH(QStringList, expectedLogs);
+        QFETCH(int, quiet);
         Rig rig;
-        rig.device.pollBoard();
-        rig.connected.clear();
-        rig.device.setQuiet(quiet);
+        rig.setQuiet(quiet == 2);
+        rig.pollBoard();
+        rig.told.clear();
+        rig.setQuiet(quiet == 1);
         if (writeFails)
-            rig.transport->writeResults.push_back(-1);
+            rig.transport->writeResults << -1;
         else
-            rig.transport->replies.push_back("!");
-        QVERIFY(rig.device.Run("KOVA kern 10", reportErrors).isEmpty());
-        QCOMPARE(rig.logTexts(), expectedLogs);
-        QCOMPARE(rig.connected.count(), 1);
-        QCOMPARE(rig.connected.at(0).at(0).toBool(), false);
-        QVERIFY(!rig.device.isConnected());
+            rig.transport->replies << "!";
+        QVERIFY(rig.Run("KOVA kern 10", reportErrors).isEmpty());
+        QTEST(rig.told, "told");
+        QVERIFY(!rig.isConnected());
     }
 
     void pollGreetsANewBoardThenKeepsItAlive()
     {
         Rig rig;
         rig.transport->boardPresent = false;
-        rig.device.pollBoard();
-        QCOMPARE(rig.connected.count(), 0);
+        rig.pollBoard();
+        QVERIFY(rig.told.isEmpty());
         QVERIFY(rig.transport->written.isEmpty());
 
         rig.transport->boardPresent = true;
-        rig.device.pollBoard();
+        rig.pollBoard();
         QCOMPARE(rig.transport->written, QList<QByteArray>({"SKIPINFO", "SKIPINFO", "SKIPINFO"}));
-        QCOMPARE(rig.connected.count(), 1);
-        QCOMPARE(rig.connected.at(0).at(0).toBool(), true);
+        QCOMPARE(rig.told, QStringList{"Connected(true)"});
 
         rig.transport->written.clear();
-        rig.device.pollBoard();
+        rig.pollBoard();
+        rig.busy = true; // no keep-alive during a transfer
+        rig.pollBoard();
         QCOMPARE(rig.transport->written, QList<QByteArray>{"GETINFO"});
-        rig.device.busy = true;
-        rig.device.pollBoard();
-        QCOMPARE(rig.transport->written, QList<QByteArray>{"GETINFO"});
-        QCOMPARE(rig.connected.count(), 1);
-    }
-
-    void newConnectionLiftsTheQuietFlag()
-    {
-        Rig rig;
-        rig.device.setQuiet(true);
-        rig.device.pollBoard();
-        rig.transport->replies.push_back("!");
-        rig.device.Run("GETINFO", true);
-        QCOMPARE(rig.logTexts(), QStringList{"1:Read USB Error"});
+        QCOMPARE(rig.told, QStringList{"Connected(true)"});
     }
 
     void boardLostDuringTheGreetingIsNotReportedConnected()
     {
         Rig rig;
         rig.transport->writeResults = {4, -1};
-        rig.device.pollBoard();
-        QCOMPARE(rig.connected.count(), 1);
-        QCOMPARE(rig.connected.at(0).at(0).toBool(), false);
-        QVERIFY(!rig.device.isConnected());
+        rig.pollBoard();
+        // The last greeting finds no connection left.
+        QCOMPARE(rig.told, QStringList({"1:Write USB Error", "Connected(false)",
+                                        "1:USB Cable not Connected or else error"}));
+        QVERIFY(!rig.isConnected());
     }
 
     void timerPollsOncePerSecond()
     {
-        ProbeDevice device;
-        auto transport = std::make_shared<ScriptedTransport>();
-        device.setTransport(transport);
-        QSignalSpy connected(&device, &TUsbDevice::Connected);
-        QVERIFY(connected.wait(2500));
-        device.Stop();
-        device.Stop(); // harmless twice
-        transport->written.clear();
+        Rig rig;
+        rig.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(rig.told.contains("Connected(true)"), 2500);
+        rig.Stop();
+        rig.Stop(); // harmless twice
+        rig.transport->written.clear();
         QTest::qWait(1300);
-        QVERIFY(transport->written.isEmpty());
+        QVERIFY(rig.transport->written.isEmpty());
     }
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/userdialogs.h"
+#include "ptypair.h"
 #include "serial/hled.h"
 #include "serial/serialportdialog.h"
 
@@ -69,4 +70,21 @@ public:
 
     QStringList titles;
     QStringList texts;
+};
+
+// A dialog whose port is open on one end of a pty pair; `skip` says why when the machine
+// cannot make one.
+struct OpenDialog
+{
+    OpenDialog()
+    {
+        if (pty.start(&skip))
+            c.open(pty.deviceEnd());
+    }
+
+    PtyPair pty;
+    QString skip;
+    MessageLog messages;
+    SerialPortDialog dialog;
+    DialogControls c{dialog};
 };
