@@ -70,14 +70,14 @@ struct BoardLink
 
     // Turns the event loop until `count` outcomes have arrived, and a little longer so
     // that a stray further outcome would be seen.
-    bool waitFinished(int count = 1)
+    bool waitFinished(int count = 1, int timeoutMs = 120000)
     {
         QEventLoop loop;
         QObject::connect(command.get(), &TUsbDevCommand::SendFinished, &loop, [&] {
             if (view.finished.size() >= count) // the view, connected first, has counted it
                 QTimer::singleShot(0, &loop, &QEventLoop::quit);
         });
-        QTimer::singleShot(120000, &loop, &QEventLoop::quit);
+        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
         if (view.finished.size() < count)
             loop.exec();
         QTest::qWait(20);
