@@ -44,11 +44,10 @@ void THomeView::updateWebView(bool connected, const QString &text)
 
 void THomeView::USBConnected(bool connected)
 {
-    // Between the connection and the board's answer to the hardware questions the help
-    // page would be wrong, so say what is going on.
-    if (connected)
-        updateWebView(true, tr("Please wait while Ostrakit gathers H/W information..."));
-    else
+    // A board that has just connected has already answered the hardware questions (the
+    // protocol object hears of the connection first and asks them at once), so its page
+    // is up by now; only a lost board brings the help back.
+    if (!connected)
         updateWebView(false, QString());
 }
 

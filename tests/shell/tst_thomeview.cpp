@@ -79,7 +79,12 @@ private Q_SLOTS:
         QVERIFY(!help.trimmed().isEmpty());
         QVERIFY(!help.contains(infoHeading));
 
+        // The information arrives before the view hears of the connection; this must
+        // not put the waiting text over it.
+        view.USBNewDeviceAttached("CPU: 4412");
         view.USBConnected(true);
+        QVERIFY(doc->toPlainText().contains("CPU: 4412"));
+        view.updateWebView(true, "Please wait while Ostrakit gathers H/W information...");
         QVERIFY(doc->toPlainText().contains("Please wait while Ostrakit gathers H/W information..."));
         QVERIFY(doc->toPlainText().contains(infoHeading));
 
