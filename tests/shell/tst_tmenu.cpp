@@ -1,6 +1,7 @@
 #include "shell/menubutton.h"
 #include "shell/tmenu.h"
 
+#include <QFontMetrics>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -47,6 +48,38 @@ private Q_SLOTS:
         for (int i = 0; i < 9; ++i) {
             QCOMPARE(menu.allButtons().at(i)->geometry(), QRect(0, 32 * i, 200, 32));
             QVERIFY(menu.allButtons().at(i)->isVisible());
+        }
+    }
+
+    // In the 12 point English default the longer captions run past the 200-pixel menu;
+    // the rows then share a smaller size in which all of them fit, the status row in
+    // both its texts.
+    void captionsFitTheRow_data()
+    {
+        QTest::addColumn<int>("pointSize");
+        QTest::addColumn<bool>("connected");
+        QTest::newRow("12 pt, no board") << 12 << false;
+        QTest::newRow("12 pt, board") << 12 << true;
+        QTest::newRow("16 pt, no board") << 16 << false;
+    }
+    void captionsFitTheRow()
+    {
+        QFETCH(int, pointSize);
+        QFETCH(bool, connected);
+        TMenu menu;
+        QFont f = menu.font();
+        f.setPointSize(pointSize);
+        menu.setFont(f);
+        menu.resize(200, 581);
+        menu.USBConnected(connected);
+        menu.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        const QFont shared = menu.allButtons().first()->font();
+        QVERIFY(shared.pointSize() <= pointSize);
+        for (MenuButton *row : menu.allButtons()) {
+            QCOMPARE(row->font(), shared);
+            QVERIFY2(QFontMetrics(shared).horizontalAdvance(row->text()) <= 200 - row->textRect().x(),
+                     qPrintable(row->text()));
         }
     }
 
