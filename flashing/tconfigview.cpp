@@ -67,8 +67,11 @@ void TConfigView::initWidget()
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     content = new QWidget;
     content->setObjectName(QStringLiteral("configViewContent"));
-    content->setAttribute(Qt::WA_TranslucentBackground);
     scrollArea->setWidget(content);
+    // setWidget() marks the content as filling its own background, so nothing is drawn
+    // beneath it; the content fills nothing, and old screen contents showed through
+    // between the controls. The controls stand on the scroll area's picture.
+    content->setAutoFillBackground(false);
 
     filesTitle = new QLabel(QStringLiteral("<b>%1</b>").arg(filesTitleText(pageKind())), content);
     for (const QString &label : labels)

@@ -1,0 +1,135 @@
+// The flashing pages as the user sees them inside the main window, in English at its
+// 12 point default and in Chinese at 10 points.
+
+#include "app/globals.h"
+#include "boardlink/tusbdevcommand.h"
+#include "boardlink/virtualboard.h"
+#include "flashing/tconfigview.h"
+#include "shell/burnsystemwidget.h"
+#include "shell/tmainwidget.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+#include <QTranslator>
+
+#include <memory>
+
+namespace {
+
+// The whole window in one language, a 4412 plugged in and an images folder chosen.
+struct Window
+{
+    explicit Window(bool chinese)
+    {
+        savedFont = QApplication::font();
+        QFont font = savedFont;
+        font.setPointSize(chinese ? 10 : 12);
+        QApplication::setFont(font);
+        if (chinese && translator.load(QStringLiteral(OSTRAKIT_BUILT_QM)))
+            QCoreApplication::installTranslator(&translator);
+        gLanguage = chinese ? 1 : 0;
+
+        window = std::make_unique<TMainWidget>();
+        gUsbDevCommand->Stop();
+        gUsbDevCommand->setTransport(board);
+        tab = window->findChild<BurnSystemWidget *>();
+        window->show();
+        gUsbDevCommand->pollBoard();
+
+        const QStringList images = {"halvorn.bin", "zImage", "ramdisk.img", "system.img", "userdata.img", "NK.bin",
+                                    "logo.bmp"};
+        for (const QString &name : images) {
+            QFile file(dir.filePath(name));
+            if (file.open(QIODevice::WriteOnly))
+                file.write(QByteArray(3000, 'x'));
+        }
+        QFile ini(dir.filePath("Velkaro.ini"));
+        if (ini.open(QIODevice::WriteOnly))
+            ini.write("Android-BootLoader = halvorn.bin\nAndroid-Kernel = zImage\nAndroid-RamDisk = ramdisk.img\n"
+                      "Android-RootFs-InstallImage = system.img\nAndroid-UserData-8G = userdata.img\n"
+                      "Linux-BootLoader = halvorn.bin\nLinux-Kernel = zImage\n"
+                      "WindowsCE6-Bootloader = halvorn.bin\nWindowsCE6-BootLogo = logo.bmp\n"
+                      "WindowsCE6-InstallImage = NK.bin\n");
+        gImagesPath = dir.path();
+        tab->imagesPathUpdatedSlot();
+    }
+    ~Window()
+    {
+        window.reset();
+        QCoreApplication::removeTranslator(&translator);
+        QApplication::setFont(savedFont);
+        gLanguage = 0;
+        gImagesPath.clear();
+    }
+
+    // Shows the page of a view kind as the menu would.
+    TConfigView *page(int kind)
+    {
+        static const char *const names[] = {"androidView", "linuxView", "winCEView", "nonOSViewRun",
+                                            "nonOSViewInstall"};
+        tab->switchView(QString::fromLatin1(names[kind]));
+        TConfigView *view = tab->configView(kind);
+        // The scroll area decides on its scroll bar in a posted layout request.
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        return view && view->isVisible() ? view : nullptr;
+    }
+
+    QFont savedFont;
+    QTranslator translator;
+    QTemporaryDir dir;
+    std::shared_ptr<VirtualBoard> board = std::make_shared<VirtualBoard>(TUsbDevCommand::CPU_4412);
+    std::unique_ptr<TMainWidget> window;
+    BurnSystemWidget *tab = nullptr;
+};
+
+QWidget *contentOf(TConfigView *page)
+{
+    return page->findChild<QScrollArea *>()->widget();
+}
+
+void addRows()
+{
+    QTest::addColumn<bool>("chinese");
+    QTest::addColumn<int>("kind");
+    for (bool chinese : {false, true}) {
+        for (int kind = 0; kind <= 4; ++kind)
+            QTest::addRow("%s, kind %d", chinese ? "Chinese" : "English", kind) << chinese << kind;
+    }
+}
+
+} // namespace
+
+class TestTConfigViewLayout : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void backgroundIsPainted_data() { addRows(); }
+    void backgroundIsPainted()
+    {
+        QFETCH(bool, chinese);
+        QFETCH(int, kind);
+        Window w(chinese);
+        TConfigView *page = w.page(kind);
+        QVERIFY(page);
+        // Between the first image's field and the next row nothing stands on the picture.
+        const QLineEdit *field = page->findChildren<QLineEdit *>().first();
+        const QPoint gap = contentOf(page)->mapTo(page, QPoint(300, field->geometry().bottom() + 3));
+        const QImage shot = page->grab().toImage();
+        QCOMPARE(shot.pixelColor(gap), QColor(246, 248, 249));
+    }
+};
+
+QTEST_MAIN(TestTConfigViewLayout)
+#include "tst_tconfigviewlayout.moc"
