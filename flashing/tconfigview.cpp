@@ -20,6 +20,7 @@
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -213,29 +214,41 @@ void TConfigView::resizeEvent(QResizeEvent *event)
 {
     TWidget::resizeEvent(event);
     scrollArea->setGeometry(0, 0, width(), height());
-    const int contentHeight = placeControls(width());
-    content->resize(width(), qMax(contentHeight, height()));
+    int contentWidth = width();
+    int contentHeight = placeControls(contentWidth);
+    // A page taller than the view gets a scroll bar, which takes its width from the
+    // content: lay out again in what is left, so that nothing runs under the bar.
+    if (contentHeight > height()) {
+        contentWidth -= scrollArea->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, scrollArea);
+        contentHeight = placeControls(contentWidth);
+    }
+    content->resize(contentWidth, qMax(contentHeight, height()));
 }
 
 int TConfigView::placeControls(int contentWidth)
 {
+    // The metrics are the page's; the controls that reach its right edge give up what a
+    // scroll bar takes.
+    const int narrower = width() - contentWidth;
+    const int rowWidth = buttonWidth() - narrower;
+    const int fieldWidth = editWidth() - narrower;
     const int left = buttonSpace();
     const int indent = 24;
     const int h = buttonHeight();
     const int row = h + 4;
     int y = buttonSpace();
 
-    filesTitle->setGeometry(left, y, buttonWidth(), h);
+    filesTitle->setGeometry(left, y, rowWidth, h);
     y += row;
     for (int i = 0; i < labels.size(); ++i) {
-        checkBoxes[i]->setGeometry(left, y, buttonWidth(), h);
+        checkBoxes[i]->setGeometry(left, y, rowWidth, h);
         y += row;
-        edits[i]->setGeometry(indent, y, editWidth(), h);
-        browerButtons[i]->setGeometry(indent + editWidth() + buttonSpace(), y, browerButtonWidth(), h);
+        edits[i]->setGeometry(indent, y, fieldWidth, h);
+        browerButtons[i]->setGeometry(indent + fieldWidth + buttonSpace(), y, browerButtonWidth(), h);
         y += row + 4;
     }
 
-    optionsTitle->setGeometry(left, y, buttonWidth(), h);
+    optionsTitle->setGeometry(left, y, rowWidth, h);
     y += row;
     if (lowFormatCheckBox || skipCaliCheckBox) {
         if (lowFormatCheckBox)
@@ -268,20 +281,20 @@ int TConfigView::placeControls(int contentWidth)
     }
     // The folder button's text is twice as long as the others'.
     imagesFolderButton->setGeometry(x, y, 2 * toolButtonWidth(), h);
-    clearButton->setGeometry(left + buttonWidth() - toolButtonWidth(), y, toolButtonWidth(), h);
+    clearButton->setGeometry(left + rowWidth - toolButtonWidth(), y, toolButtonWidth(), h);
     y += h + 2 * buttonSpace();
 
-    startButton->setGeometry(left, y, buttonWidth(), 2 * h);
-    cancelButton->setGeometry(left, y, buttonWidth(), 2 * h);
+    startButton->setGeometry(left, y, rowWidth, 2 * h);
+    cancelButton->setGeometry(left, y, rowWidth, 2 * h);
     y += 2 * h + 2 * buttonSpace();
 
-    infoTitle->setGeometry(left, y, buttonWidth(), h);
+    infoTitle->setGeometry(left, y, rowWidth, h);
     y += row;
-    statusLabel->setGeometry(left, y, buttonWidth(), h);
+    statusLabel->setGeometry(left, y, rowWidth, h);
     y += row;
     const int transferWidth = 240;
-    progressBar->setGeometry(left, y, buttonWidth() - transferWidth - buttonSpace(), h);
-    transferLabel->setGeometry(left + buttonWidth() - transferWidth, y, transferWidth, h);
+    progressBar->setGeometry(left, y, rowWidth - transferWidth - buttonSpace(), h);
+    transferLabel->setGeometry(left + rowWidth - transferWidth, y, transferWidth, h);
     y += row;
     logBox->setGeometry(left, y, contentWidth - 2 * left, 160);
     y += 160 + buttonSpace();

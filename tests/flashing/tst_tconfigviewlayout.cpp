@@ -99,6 +99,11 @@ QWidget *contentOf(TConfigView *page)
     return page->findChild<QScrollArea *>()->widget();
 }
 
+QWidget *viewportOf(TConfigView *page)
+{
+    return page->findChild<QScrollArea *>()->viewport();
+}
+
 void addRows()
 {
     QTest::addColumn<bool>("chinese");
@@ -128,6 +133,26 @@ private Q_SLOTS:
         const QPoint gap = contentOf(page)->mapTo(page, QPoint(300, field->geometry().bottom() + 3));
         const QImage shot = page->grab().toImage();
         QCOMPARE(shot.pixelColor(gap), QColor(246, 248, 249));
+    }
+
+    void nothingUnderTheScrollBar_data() { addRows(); }
+    void nothingUnderTheScrollBar()
+    {
+        QFETCH(bool, chinese);
+        QFETCH(int, kind);
+        Window w(chinese);
+        TConfigView *page = w.page(kind);
+        QVERIFY(page);
+        const int visibleWidth = viewportOf(page)->width();
+        for (QWidget *child : contentOf(page)->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+            if (!child->isHidden())
+                QVERIFY2(child->geometry().right() < visibleWidth,
+                         qPrintable(QStringLiteral("%1 \"%2\" ends at %3 of %4")
+                                        .arg(QLatin1String(child->metaObject()->className()),
+                                             child->property("text").toString())
+                                        .arg(child->geometry().right())
+                                        .arg(visibleWidth)));
+        }
     }
 };
 
