@@ -274,14 +274,22 @@ int TConfigView::placeControls(int contentWidth)
     }
 
     y += buttonSpace();
+    // A caption longer than its button ("Invert Selection" in the 10 point of the
+    // buttons' style sheet) widens the button rather than being cut off.
+    auto toolWidth = [](QPushButton *b, int least) {
+        b->ensurePolished();
+        return qMax(least, b->fontMetrics().horizontalAdvance(b->text()) + 12);
+    };
     int x = left;
     for (QPushButton *b : {selectAllButton, invertButton}) {
-        b->setGeometry(x, y, toolButtonWidth(), h);
-        x += toolButtonWidth() + buttonSpace();
+        const int w = toolWidth(b, toolButtonWidth());
+        b->setGeometry(x, y, w, h);
+        x += w + buttonSpace();
     }
     // The folder button's text is twice as long as the others'.
-    imagesFolderButton->setGeometry(x, y, 2 * toolButtonWidth(), h);
-    clearButton->setGeometry(left + rowWidth - toolButtonWidth(), y, toolButtonWidth(), h);
+    imagesFolderButton->setGeometry(x, y, toolWidth(imagesFolderButton, 2 * toolButtonWidth()), h);
+    const int clearWidth = toolWidth(clearButton, toolButtonWidth());
+    clearButton->setGeometry(left + rowWidth - clearWidth, y, clearWidth, h);
     y += h + 2 * buttonSpace();
 
     startButton->setGeometry(left, y, rowWidth, 2 * h);

@@ -104,6 +104,16 @@ QWidget *viewportOf(TConfigView *page)
     return page->findChild<QScrollArea *>()->viewport();
 }
 
+// What a caption needs, as its own widget measures it.
+int neededWidth(QWidget *w)
+{
+    if (auto *push = qobject_cast<QPushButton *>(w)) {
+        // Style-sheet buttons: the caption and a few pixels of border and padding.
+        return push->fontMetrics().horizontalAdvance(push->text()) + 6;
+    }
+    return 0;
+}
+
 void addRows()
 {
     QTest::addColumn<bool>("chinese");
@@ -152,6 +162,27 @@ private Q_SLOTS:
                                              child->property("text").toString())
                                         .arg(child->geometry().right())
                                         .arg(visibleWidth)));
+        }
+    }
+
+    void captionsFit_data() { addRows(); }
+    void captionsFit()
+    {
+        QFETCH(bool, chinese);
+        QFETCH(int, kind);
+        Window w(chinese);
+        TConfigView *page = w.page(kind);
+        QVERIFY(page);
+        for (QWidget *child : contentOf(page)->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+            // Image paths are as long as they are; the fields scroll.
+            if (child->isHidden() || (qobject_cast<QLineEdit *>(child) && child->objectName() != "ramAddressEdit"))
+                continue;
+            QVERIFY2(neededWidth(child) <= child->width(),
+                     qPrintable(QStringLiteral("%1 \"%2\" needs %3, has %4")
+                                    .arg(QLatin1String(child->metaObject()->className()),
+                                         child->property("text").toString())
+                                    .arg(neededWidth(child))
+                                    .arg(child->width())));
         }
     }
 };
