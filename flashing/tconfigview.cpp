@@ -263,8 +263,17 @@ int TConfigView::placeControls(int contentWidth)
         y += row;
     }
     if (ramAddressEdit) {
-        ramAddressLabel->setGeometry(indent, y, 260, h);
-        ramAddressEdit->setGeometry(indent + 260, y, 200, h);
+        // The caption takes what it needs; the field runs to the row's end, wide enough
+        // for the long defaults some boards propose ("4412-userbin-default-addr-should
+        // be here"), which a 200-pixel field showed only the tail of.
+        // The caption starts where the option boxes above draw theirs, a few pixels
+        // inside their widgets; in English that leaves the field just room enough.
+        ramAddressLabel->ensurePolished();
+        const int labelLeft = indent - 4;
+        const int labelWidth = qMax(260, ramAddressLabel->sizeHint().width());
+        ramAddressLabel->setGeometry(labelLeft, y, labelWidth, h);
+        const int fieldLeft = labelLeft + labelWidth;
+        ramAddressEdit->setGeometry(fieldLeft, y, qMax(200, left + rowWidth - fieldLeft), h);
         y += row;
     }
     if (runActionRadioButton) {

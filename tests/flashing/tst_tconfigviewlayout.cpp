@@ -1,5 +1,6 @@
 // The flashing pages as the user sees them inside the main window, in English at its
-// 12 point default and in Chinese at 10 points.
+// 12 point default and in Chinese at 10 points: painted background, nothing under the
+// scroll bar, no caption cut off.
 
 #include "app/globals.h"
 #include "boardlink/tusbdevcommand.h"
@@ -111,6 +112,10 @@ int neededWidth(QWidget *w)
         // Style-sheet buttons: the caption and a few pixels of border and padding.
         return push->fontMetrics().horizontalAdvance(push->text()) + 6;
     }
+    if (qobject_cast<QCheckBox *>(w) || qobject_cast<QRadioButton *>(w) || qobject_cast<QLabel *>(w))
+        return w->sizeHint().width();
+    if (auto *edit = qobject_cast<QLineEdit *>(w))
+        return edit->fontMetrics().horizontalAdvance(edit->text()) + 8;
     return 0;
 }
 
@@ -183,6 +188,13 @@ private Q_SLOTS:
                                          child->property("text").toString())
                                     .arg(neededWidth(child))
                                     .arg(child->width())));
+        }
+        // A caption beside a field ends before the field begins.
+        if (auto *address = page->findChild<QLineEdit *>("ramAddressEdit")) {
+            for (QLabel *label : contentOf(page)->findChildren<QLabel *>(Qt::FindDirectChildrenOnly)) {
+                if (label->geometry().top() == address->geometry().top())
+                    QVERIFY(label->geometry().right() < address->geometry().left());
+            }
         }
     }
 };
