@@ -698,6 +698,11 @@ void TConfigView::oneKeyBurnButtonClicked_Func()
     startButton->hide();
     cancelButton->show();
     startButton->setEnabled(true);
+    // On the taller pages the progress and the log lie below the fold, and the focus
+    // leaving the disabled start button scrolls the page somewhere in between: bring the
+    // foot of the page into view for the run.
+    QScrollBar *bar = scrollArea->verticalScrollBar();
+    bar->setValue(bar->maximum());
     if (!logBox->document()->isEmpty())
         appendLog(FlashRunTexts::runSeparatorLine());
 

@@ -1,8 +1,9 @@
 // The flashing pages as the user sees them inside the main window, in English at its
 // 12 point default and in Chinese at 10 points: painted background, nothing under the
-// scroll bar, no caption cut off.
+// scroll bar, no caption cut off, the progress and log in view during a run.
 
 #include "app/globals.h"
+#include "app/userdialogs.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
 #include "flashing/tconfigview.h"
@@ -15,6 +16,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
@@ -55,13 +57,15 @@ struct Window
             if (file.open(QIODevice::WriteOnly))
                 file.write(QByteArray(3000, 'x'));
         }
-        QFile ini(dir.filePath("Velkaro.ini"));
-        if (ini.open(QIODevice::WriteOnly))
-            ini.write("Android-BootLoader = halvorn.bin\nAndroid-Kernel = zImage\nAndroid-RamDisk = ramdisk.img\n"
-                      "Android-RootFs-InstallImage = system.img\nAndroid-UserData-8G = userdata.img\n"
-                      "Linux-BootLoader = halvorn.bin\nLinux-Kernel = zImage\n"
-                      "WindowsCE6-Bootloader = halvorn.bin\nWindowsCE6-BootLogo = logo.bmp\n"
-                      "WindowsCE6-InstallImage = NK.bin\n");
+        {
+            QFile ini(dir.filePath("Velkaro.ini"));
+            if (ini.open(QIODevice::WriteOnly))
+                ini.write("Android-BootLoader = halvorn.bin\nAndroid-Kernel = zImage\nAndroid-RamDisk = ramdisk.img\n"
+                          "Android-RootFs-InstallImage = system.img\nAndroid-UserData-8G = userdata.img\n"
+                          "Linux-BootLoader = halvorn.bin\nLinux-Kernel = zImage\n"
+                          "WindowsCE6-Bootloader = halvorn.bin\nWindowsCE6-BootLogo = logo.bmp\n"
+                          "WindowsCE6-InstallImage = NK.bin\n");
+        }
         gImagesPath = dir.path();
         tab->imagesPathUpdatedSlot();
     }
@@ -196,6 +200,46 @@ private Q_SLOTS:
                     QVERIFY(label->geometry().right() < address->geometry().left());
             }
         }
+    }
+
+    void runInView_data()
+    {
+        QTest::addColumn<bool>("chinese");
+        QTest::addColumn<int>("kind");
+        for (bool chinese : {false, true}) {
+            for (int kind = 0; kind <= 2; ++kind)
+                QTest::addRow("%s, kind %d", chinese ? "Chinese" : "English", kind) << chinese << kind;
+        }
+    }
+    void runInView()
+    {
+        QFETCH(bool, chinese);
+        QFETCH(int, kind);
+        Window w(chinese);
+        TConfigView *page = w.page(kind);
+        QVERIFY(page);
+        QWidget *viewport = viewportOf(page);
+        auto inView = [viewport](QWidget *control) {
+            return viewport->rect().contains(QRect(control->mapTo(viewport, QPoint(0, 0)), control->size()));
+        };
+        // Looked at while the first image is on its way.
+        int looks = 0;
+        bool progressSeen = false;
+        bool logSeen = false;
+        QObject::connect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, [&] {
+            if (looks++ == 0) {
+                progressSeen = inView(page->findChild<QProgressBar *>());
+                logSeen = inView(page->findChild<QTextEdit *>("logBox"));
+            }
+        });
+        QStringList boxes;
+        UserDialogs::setInformationHandler([&boxes](QWidget *, const QString &, const QString &text) { boxes << text; });
+        QTest::mouseClick(page->findChild<QPushButton *>("startButton"), Qt::LeftButton);
+        QTRY_VERIFY2(looks > 0, qPrintable(boxes.join(" / ")));
+        UserDialogs::setInformationHandler(nullptr);
+        QVERIFY(progressSeen);
+        QVERIFY(logSeen);
+        QTRY_VERIFY(!page->isRunning());
     }
 };
 
