@@ -270,7 +270,8 @@ int TConfigView::placeControls(int contentWidth)
         // inside their widgets; in English that leaves the field just room enough.
         ramAddressLabel->ensurePolished();
         const int labelLeft = indent - 4;
-        const int labelWidth = qMax(260, ramAddressLabel->sizeHint().width());
+        // "0x" leads into the field, so the field starts where the caption ends.
+        const int labelWidth = ramAddressLabel->sizeHint().width();
         ramAddressLabel->setGeometry(labelLeft, y, labelWidth, h);
         const int fieldLeft = labelLeft + labelWidth;
         ramAddressEdit->setGeometry(fieldLeft, y, qMax(200, left + rowWidth - fieldLeft), h);

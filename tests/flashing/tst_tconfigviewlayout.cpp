@@ -196,8 +196,11 @@ private Q_SLOTS:
         // A caption beside a field ends before the field begins.
         if (auto *address = page->findChild<QLineEdit *>("ramAddressEdit")) {
             for (QLabel *label : contentOf(page)->findChildren<QLabel *>(Qt::FindDirectChildrenOnly)) {
-                if (label->geometry().top() == address->geometry().top())
-                    QVERIFY(label->geometry().right() < address->geometry().left());
+                if (label->geometry().top() != address->geometry().top())
+                    continue;
+                QVERIFY(label->geometry().right() < address->geometry().left());
+                // and its "0x" leads straight into the field.
+                QVERIFY(address->geometry().left() - (label->x() + label->sizeHint().width()) <= 8);
             }
         }
     }
