@@ -84,7 +84,7 @@ void waitFor(const std::function<bool()> &done, const QString &what)
 // A few turns of the event loop, so that posted layouts and repaints are done.
 void settle()
 {
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 10; ++i) {
         QEventLoop loop;
         QTimer::singleShot(20, &loop, &QEventLoop::quit);
         loop.exec();
@@ -101,7 +101,7 @@ public:
         const QImage image = widget->grab().toImage().convertToFormat(QImage::Format_RGB888);
         const QString path = QDir(outDir).filePath(name + suffix + QStringLiteral(".png"));
         QImageWriter writer(path, "png");
-        writer.setCompression(9);
+        writer.setQuality(0); // smallest file; PNG stays lossless
         if (!writer.write(image))
             die(QStringLiteral("cannot write %1: %2").arg(path, writer.errorString()));
         std::printf("%s\n", qPrintable(path));
