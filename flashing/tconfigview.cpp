@@ -20,6 +20,7 @@
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -67,8 +68,11 @@ void TConfigView::initWidget()
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     content = new QWidget;
     content->setObjectName(QStringLiteral("configViewContent"));
-    content->setAttribute(Qt::WA_TranslucentBackground);
     scrollArea->setWidget(content);
+    // setWidget() marks the content as filling its own background, so nothing is drawn
+    // beneath it; the content fills nothing, and old screen contents showed through
+    // between the controls. The controls stand on the scroll area's picture.
+    content->setAutoFillBackground(false);
 
     filesTitle = new QLabel(QStringLiteral("<b>%1</b>").arg(filesTitleText(pageKind())), content);
     for (const QString &label : labels)
@@ -210,29 +214,41 @@ void TConfigView::resizeEvent(QResizeEvent *event)
 {
     TWidget::resizeEvent(event);
     scrollArea->setGeometry(0, 0, width(), height());
-    const int contentHeight = placeControls(width());
-    content->resize(width(), qMax(contentHeight, height()));
+    int contentWidth = width();
+    int contentHeight = placeControls(contentWidth);
+    // A page taller than the view gets a scroll bar, which takes its width from the
+    // content: lay out again in what is left, so that nothing runs under the bar.
+    if (contentHeight > height()) {
+        contentWidth -= scrollArea->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, scrollArea);
+        contentHeight = placeControls(contentWidth);
+    }
+    content->resize(contentWidth, qMax(contentHeight, height()));
 }
 
 int TConfigView::placeControls(int contentWidth)
 {
+    // The metrics are the page's; the controls that reach its right edge give up what a
+    // scroll bar takes.
+    const int narrower = width() - contentWidth;
+    const int rowWidth = buttonWidth() - narrower;
+    const int fieldWidth = editWidth() - narrower;
     const int left = buttonSpace();
     const int indent = 24;
     const int h = buttonHeight();
     const int row = h + 4;
     int y = buttonSpace();
 
-    filesTitle->setGeometry(left, y, buttonWidth(), h);
+    filesTitle->setGeometry(left, y, rowWidth, h);
     y += row;
     for (int i = 0; i < labels.size(); ++i) {
-        checkBoxes[i]->setGeometry(left, y, buttonWidth(), h);
+        checkBoxes[i]->setGeometry(left, y, rowWidth, h);
         y += row;
-        edits[i]->setGeometry(indent, y, editWidth(), h);
-        browerButtons[i]->setGeometry(indent + editWidth() + buttonSpace(), y, browerButtonWidth(), h);
+        edits[i]->setGeometry(indent, y, fieldWidth, h);
+        browerButtons[i]->setGeometry(indent + fieldWidth + buttonSpace(), y, browerButtonWidth(), h);
         y += row + 4;
     }
 
-    optionsTitle->setGeometry(left, y, buttonWidth(), h);
+    optionsTitle->setGeometry(left, y, rowWidth, h);
     y += row;
     if (lowFormatCheckBox || skipCaliCheckBox) {
         if (lowFormatCheckBox)
@@ -247,8 +263,18 @@ int TConfigView::placeControls(int contentWidth)
         y += row;
     }
     if (ramAddressEdit) {
-        ramAddressLabel->setGeometry(indent, y, 260, h);
-        ramAddressEdit->setGeometry(indent + 260, y, 200, h);
+        // The caption takes what it needs; the field runs to the row's end, wide enough
+        // for the long defaults some boards propose ("4412-userbin-default-addr-should
+        // be here"), which a 200-pixel field showed only the tail of.
+        // The caption starts where the option boxes above draw theirs, a few pixels
+        // inside their widgets; in English that leaves the field just room enough.
+        ramAddressLabel->ensurePolished();
+        const int labelLeft = indent - 4;
+        // "0x" leads into the field, so the field starts where the caption ends.
+        const int labelWidth = ramAddressLabel->sizeHint().width();
+        ramAddressLabel->setGeometry(labelLeft, y, labelWidth, h);
+        const int fieldLeft = labelLeft + labelWidth;
+        ramAddressEdit->setGeometry(fieldLeft, y, qMax(200, left + rowWidth - fieldLeft), h);
         y += row;
     }
     if (runActionRadioButton) {
@@ -258,27 +284,35 @@ int TConfigView::placeControls(int contentWidth)
     }
 
     y += buttonSpace();
+    // A caption longer than its button ("Invert Selection" in the 10 point of the
+    // buttons' style sheet) widens the button rather than being cut off.
+    auto toolWidth = [](QPushButton *b, int least) {
+        b->ensurePolished();
+        return qMax(least, b->fontMetrics().horizontalAdvance(b->text()) + 12);
+    };
     int x = left;
     for (QPushButton *b : {selectAllButton, invertButton}) {
-        b->setGeometry(x, y, toolButtonWidth(), h);
-        x += toolButtonWidth() + buttonSpace();
+        const int w = toolWidth(b, toolButtonWidth());
+        b->setGeometry(x, y, w, h);
+        x += w + buttonSpace();
     }
     // The folder button's text is twice as long as the others'.
-    imagesFolderButton->setGeometry(x, y, 2 * toolButtonWidth(), h);
-    clearButton->setGeometry(left + buttonWidth() - toolButtonWidth(), y, toolButtonWidth(), h);
+    imagesFolderButton->setGeometry(x, y, toolWidth(imagesFolderButton, 2 * toolButtonWidth()), h);
+    const int clearWidth = toolWidth(clearButton, toolButtonWidth());
+    clearButton->setGeometry(left + rowWidth - clearWidth, y, clearWidth, h);
     y += h + 2 * buttonSpace();
 
-    startButton->setGeometry(left, y, buttonWidth(), 2 * h);
-    cancelButton->setGeometry(left, y, buttonWidth(), 2 * h);
+    startButton->setGeometry(left, y, rowWidth, 2 * h);
+    cancelButton->setGeometry(left, y, rowWidth, 2 * h);
     y += 2 * h + 2 * buttonSpace();
 
-    infoTitle->setGeometry(left, y, buttonWidth(), h);
+    infoTitle->setGeometry(left, y, rowWidth, h);
     y += row;
-    statusLabel->setGeometry(left, y, buttonWidth(), h);
+    statusLabel->setGeometry(left, y, rowWidth, h);
     y += row;
     const int transferWidth = 240;
-    progressBar->setGeometry(left, y, buttonWidth() - transferWidth - buttonSpace(), h);
-    transferLabel->setGeometry(left + buttonWidth() - transferWidth, y, transferWidth, h);
+    progressBar->setGeometry(left, y, rowWidth - transferWidth - buttonSpace(), h);
+    transferLabel->setGeometry(left + rowWidth - transferWidth, y, transferWidth, h);
     y += row;
     logBox->setGeometry(left, y, contentWidth - 2 * left, 160);
     y += 160 + buttonSpace();
@@ -665,6 +699,11 @@ void TConfigView::oneKeyBurnButtonClicked_Func()
     startButton->hide();
     cancelButton->show();
     startButton->setEnabled(true);
+    // On the taller pages the progress and the log lie below the fold, and the focus
+    // leaving the disabled start button scrolls the page somewhere in between: bring the
+    // foot of the page into view for the run.
+    QScrollBar *bar = scrollArea->verticalScrollBar();
+    bar->setValue(bar->maximum());
     if (!logBox->document()->isEmpty())
         appendLog(FlashRunTexts::runSeparatorLine());
 

@@ -5,6 +5,7 @@
 namespace {
 constexpr int kIconSize = 24;
 constexpr int kIndentStep = 24;
+constexpr int kRightMargin = 4;
 }
 
 MenuButton::MenuButton(QWidget *parent)
@@ -23,6 +24,11 @@ QRect MenuButton::textRect() const
     return QRect(x, top, width() - 26, kIconSize);
 }
 
+int MenuButton::captionRoom() const
+{
+    return width() - textRect().x() - kRightMargin;
+}
+
 void MenuButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -38,5 +44,8 @@ void MenuButton::paintEvent(QPaintEvent *)
     if (!menuIcon.isNull())
         painter.drawPixmap(QRect(0, (height() - kIconSize) / 2, kIconSize, kIconSize), menuIcon);
     painter.setFont(font());
-    painter.drawText(textRect(), Qt::AlignLeft | Qt::AlignVCenter, text());
+    // The menu picks a font in which every caption fits; a caption that still does not
+    // ends in "..." rather than being cut off at the edge.
+    const QString caption = fontMetrics().elidedText(text(), Qt::ElideRight, captionRoom());
+    painter.drawText(textRect(), Qt::AlignLeft | Qt::AlignVCenter, caption);
 }

@@ -17,6 +17,8 @@ public:
 
     // Where the caption starts, for the row's current icon and indent.
     QRect textRect() const;
+    // The width the caption may take before it reaches the row's right edge.
+    int captionRoom() const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -4,6 +4,7 @@
 #include "shell/resourceonlybrowser.h"
 #include "shell/resourcetext.h"
 
+#include <QFont>
 #include <QPainter>
 #include <QUrl>
 
@@ -16,6 +17,13 @@ THomeView::THomeView(QWidget *parent)
     // The pages draw their own bordered table; a second frame around it would only
     // crowd the background picture.
     webView->setFrameShape(QFrame::NoFrame);
+    // The pages are written for the 660 x 395 box over the background picture; at the
+    // 12 point English default the help page would need scrolling, so the text here is
+    // held to 10 points (the Chinese default) whatever the application font is.
+    QFont text = webView->font();
+    if (text.pointSize() > kMaxPointSize)
+        text.setPointSize(kMaxPointSize);
+    webView->setFont(text);
     webView->setGeometry(22, 142, 660, 395);
 }
 

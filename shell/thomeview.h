@@ -18,6 +18,9 @@ public:
 
     ResourceOnlyBrowser *browser() const { return webView; }
 
+    // The largest text the pages are shown in.
+    static constexpr int kMaxPointSize = 10;
+
 public Q_SLOTS:
     void USBConnected(bool connected);
     void USBReportLog(int level, QString text);

@@ -2,13 +2,17 @@
 
 #include "shell/menubutton.h"
 
+#include <QFontMetrics>
 #include <QPainter>
+#include <QPair>
 
 #include <algorithm>
 
 namespace {
 const char *const kViewNameProperty = "ostrakitViewName";
 constexpr int kRowHeight = 32;
+// Smaller than this the menu would be harder to read than an elided caption.
+constexpr int kMinCaptionPointSize = 8;
 } // namespace
 
 TMenu::TMenu(QWidget *parent)
@@ -66,6 +70,33 @@ void TMenu::relayoutButtons()
 {
     for (int i = 0; i < shown.size(); ++i)
         shown.at(i)->setGeometry(0, kRowHeight * i, width(), kRowHeight);
+    fitCaptions();
+}
+
+// The rows are as wide as the menu, which is narrow: "My development board" and "Board
+// is not connected" do not fit in the 12 point English default. All rows share the
+// largest size, up to the menu's own, in which every caption (both texts of the status
+// row, so that connecting does not change it) fits.
+void TMenu::fitCaptions()
+{
+    QFont caption = font();
+    if (caption.pointSize() <= 0)
+        return;
+    QList<QPair<QString, int>> captions; // text and the room it has
+    for (MenuButton *button : std::as_const(shown))
+        captions.append({button->text(), button->captionRoom()});
+    for (const QString &status : {tr("Connected"), tr("Board is not connected")})
+        captions.append({status, statusRow->captionRoom()});
+    auto fits = [&captions](const QFont &f) {
+        const QFontMetrics metrics(f);
+        return std::all_of(captions.cbegin(), captions.cend(), [&metrics](const QPair<QString, int> &c) {
+            return metrics.horizontalAdvance(c.first) <= c.second;
+        });
+    };
+    while (!fits(caption) && caption.pointSize() > kMinCaptionPointSize)
+        caption.setPointSize(caption.pointSize() - 1);
+    for (MenuButton *button : std::as_const(buttons))
+        button->setFont(caption);
 }
 
 void TMenu::reAddAllButton()

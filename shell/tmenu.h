@@ -42,6 +42,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void fitCaptions();
     MenuButton *addRow(const QString &text, const QString &icon, int indent, bool grey, const QString &viewName);
 
     QList<MenuButton *> buttons;

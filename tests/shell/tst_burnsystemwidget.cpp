@@ -5,6 +5,7 @@
 #include "boardlink/virtualboard.h"
 #include "flashing/tconfigview.h"
 #include "shell/burnsystemwidget.h"
+#include "shell/resourceonlybrowser.h"
 #include "shell/thomeview.h"
 #include "shell/tmainwidget.h"
 #include "shell/menubutton.h"
@@ -127,6 +128,15 @@ private Q_SLOTS:
         QVERIFY(rig.tab->quickBootButton()->isEnabled());
         for (int kind : {0, 2, 3, 4})
             QVERIFY(startButtonsEnabled(kind));
+    }
+
+    void homeViewShowsTheBoardOncePlugged()
+    {
+        Rig rig;
+        rig.plugIn();
+        const QString page = rig.tab->homeView()->browser()->toPlainText();
+        QVERIFY2(page.contains("CPU: Exynos4412 Quad @ 1.4GHz"), qPrintable(page));
+        QVERIFY(!page.contains("Please wait"));
     }
 
     void quickBootBootsTheBoard()

@@ -28,7 +28,7 @@ const struct { const char* name; int width = -1, height = -1; } collection[] = {
     {"tabdownload_icon_disable.png", 36, 36}, {"tabtools_icon_disabled.png", 36, 36},
     {"serialport_icon_disabled.png", 36, 36}, {"wren210_icon.png"}, {"android_logo.png"},
     {"wince_icon.png"}, {"linux_logo.png"}, {"nonos.png"}, {"homeviewbackground.png", 690, 554},
-    {"homeviewbackground-cn.png", 690, 554}, {"viewbackground.png", 690, 561},
+    {"homeviewbackground-cn.png", 690, 554}, {"viewbackground.png", 690, 621},
     {"aboueme.png", 690, 607}, {"aboueme-cn.png", 690, 607},
     {"homeview.html"}, {"homeview-cn.html"}, {"homeview_connected.html"},
     {"homeview_connected-cn.html"}, {"version.html"}, {"button.css"}, {"button3.css"},

@@ -3,10 +3,12 @@
 #include "shell/thomeview.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
 #include <QBuffer>
 #include <QDir>
 #include <QImage>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
@@ -98,6 +100,47 @@ private Q_SLOTS:
 
         view.USBConnected(false);
         QCOMPARE(doc->toPlainText(), help);
+    }
+
+    void pagesFitTheirBox_data()
+    {
+        QTest::addColumn<int>("language");
+        QTest::addColumn<bool>("connected");
+        QTest::newRow("English help") << 0 << false;
+        QTest::newRow("English information") << 0 << true;
+        QTest::newRow("Chinese help") << 1 << false;
+        QTest::newRow("Chinese information") << 1 << true;
+    }
+
+    // At the English default of 12 points the pages must still show whole: the box sits
+    // over a fixed picture and nobody looks for a scroll bar there.
+    void pagesFitTheirBox()
+    {
+        QFETCH(int, language);
+        QFETCH(bool, connected);
+        const QFont appFont = QApplication::font();
+        QFont big = appFont;
+        big.setPointSize(12);
+        QApplication::setFont(big);
+        gLanguage = language;
+        THomeView view;
+        view.resize(686, 621);
+        view.updateWebView(connected, "Halvorn 2.6\nCPU: Exynos4412 Quad @ 1.4GHz\nRAM: 1024MB DDR3\nEMMC: 8GB");
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        ResourceOnlyBrowser *b = view.browser();
+        QApplication::setFont(appFont);
+        QCOMPARE(b->verticalScrollBar()->maximum(), 0);
+        QCOMPARE(b->horizontalScrollBar()->maximum(), 0);
+        // The page's last words, as laid out, lie inside the box.
+        QTextDocument *doc = b->document();
+        QTextBlock last = doc->lastBlock();
+        while (last.isValid() && last.text().trimmed().isEmpty())
+            last = last.previous();
+        QVERIFY(last.isValid());
+        const QRectF where = doc->documentLayout()->blockBoundingRect(last);
+        QVERIFY2(where.bottom() <= b->viewport()->height() && where.right() <= b->viewport()->width(),
+                 qPrintable(QStringLiteral("%1 ends at %2,%3").arg(last.text()).arg(where.right()).arg(where.bottom())));
     }
 
     void boardMarkupIsRendered()

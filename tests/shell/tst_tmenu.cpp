@@ -1,6 +1,7 @@
 #include "shell/menubutton.h"
 #include "shell/tmenu.h"
 
+#include <QFontMetrics>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -28,6 +29,38 @@ private Q_SLOTS:
                                      "Linux", "User bin (No OS)", "Settings", "English / 中文", "About"}));
         QCOMPARE(menu.shownButtons(), menu.allButtons());
         QCOMPARE(selectedRows(menu), QList<int>{1});
+    }
+
+    // In the 12 point English default the longer captions run past the 200-pixel menu;
+    // the rows then share a smaller size in which all of them fit, the status row in
+    // both its texts.
+    void captionsFitTheRow_data()
+    {
+        QTest::addColumn<int>("pointSize");
+        QTest::addColumn<bool>("connected");
+        QTest::newRow("12 pt, no board") << 12 << false;
+        QTest::newRow("12 pt, board") << 12 << true;
+        QTest::newRow("16 pt, no board") << 16 << false;
+    }
+    void captionsFitTheRow()
+    {
+        QFETCH(int, pointSize);
+        QFETCH(bool, connected);
+        TMenu menu;
+        QFont f = menu.font();
+        f.setPointSize(pointSize);
+        menu.setFont(f);
+        menu.resize(200, 581);
+        menu.USBConnected(connected);
+        menu.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        const QFont shared = menu.allButtons().first()->font();
+        QVERIFY(shared.pointSize() <= pointSize);
+        for (MenuButton *row : menu.allButtons()) {
+            QCOMPARE(row->font(), shared);
+            QVERIFY2(QFontMetrics(shared).horizontalAdvance(row->text()) <= 200 - row->textRect().x(),
+                     qPrintable(row->text()));
+        }
     }
 
     void click_data()

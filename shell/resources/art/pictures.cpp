@@ -446,7 +446,7 @@ QList<Picture> stillPictures()
          [](QPainter& p, const QSize& s) { homeBackground(p, s, Lang::English); }},
         {"homeviewbackground-cn.png", {690, 554},
          [](QPainter& p, const QSize& s) { homeBackground(p, s, Lang::Chinese); }},
-        {"viewbackground.png", {690, 561}, utilitiesBackground},
+        {"viewbackground.png", {690, 621}, utilitiesBackground},
         {"aboueme.png", {690, 607},
          [](QPainter& p, const QSize& s) { aboutPicture(p, s, Lang::English); }},
         {"aboueme-cn.png", {690, 607},
