@@ -75,11 +75,9 @@ QString TransferRate::formatDuration(int seconds)
 
 QString TransferRate::text() const
 {
-    if (total <= 0)
+    // The percentage already stands beside the bar; this line adds only what it lacks.
+    if (total <= 0 || !hasRate())
         return QString();
-    const QString percentText = QStringLiteral("%1%").arg(percent());
-    if (!hasRate())
-        return percentText;
-    return QCoreApplication::translate("TransferRate", "%1 · %2 · %3 left")
-        .arg(percentText, formatRate(rate), formatDuration(secondsLeft()));
+    return QCoreApplication::translate("TransferRate", "%1 · %2 left")
+        .arg(formatRate(rate), formatDuration(secondsLeft()));
 }

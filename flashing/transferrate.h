@@ -23,8 +23,7 @@ public:
     int secondsLeft() const;
     int percent() const;
 
-    // "42% · 2.1 MB/s · 0:37 left"; only the percentage until a speed is known, and
-    // nothing before a transfer has begun.
+    // "2.1 MB/s · 0:37 left"; nothing until a speed is known.
     QString text() const;
 
     static QString formatRate(double bytesPerSecond);

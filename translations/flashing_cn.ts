@@ -179,8 +179,8 @@
         <translation>%1 MB/s</translation>
     </message>
     <message>
-        <source>%1 · %2 · %3 left</source>
-        <translation>%1 · %2 · 剩余 %3</translation>
+        <source>%1 · %2 left</source>
+        <translation>%1 · 剩余 %2</translation>
     </message>
 </context>
 </TS>

@@ -19,7 +19,7 @@ void TestTransferRate::steadyTransfer()
     rate.start(10 * 1024 * 1024, 0);
     rate.update(1024, 100); // too soon for a speed
     QVERIFY(!rate.hasRate());
-    QCOMPARE(rate.text(), QString("0%"));
+    QCOMPARE(rate.text(), QString());
     // 2 MiB/s for a few seconds.
     for (int t = 500; t <= 2000; t += 500)
         rate.update(qint64(t) * 2 * 1024 * 1024 / 1000, t);
@@ -27,7 +27,7 @@ void TestTransferRate::steadyTransfer()
     QCOMPARE(qRound(rate.bytesPerSecond()), 2 * 1024 * 1024);
     QCOMPARE(rate.percent(), 40);
     QCOMPARE(rate.secondsLeft(), 3);
-    QCOMPARE(rate.text(), QString("40% · 2.0 MB/s · 0:03 left"));
+    QCOMPARE(rate.text(), QString("2.0 MB/s · 0:03 left"));
 }
 
 void TestTransferRate::smoothsBursts()
