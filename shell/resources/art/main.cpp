@@ -32,6 +32,21 @@ QImage render(const Picture& picture)
 }
 
 // Small pictures are shown enlarged without smoothing, so single pixels can be judged.
+bool isOpaque(const QImage& image)
+{
+    if (!image.hasAlphaChannel())
+        return true;
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < argb.height(); ++y) {
+        const QRgb* line = reinterpret_cast<const QRgb*>(argb.constScanLine(y));
+        for (int x = 0; x < argb.width(); ++x) {
+            if (qAlpha(line[x]) != 255)
+                return false;
+        }
+    }
+    return true;
+}
+
 QImage contactSheet(const QList<QPair<QString, QImage>>& pictures)
 {
     const int width = 1900;
@@ -95,7 +110,12 @@ int main(int argc, char* argv[])
 
     QList<QPair<QString, QImage>> written;
     for (const Picture& picture : stillPictures()) {
-        const QImage image = render(picture);
+        QImage image = render(picture);
+        // A picture without a single see-through pixel is stored without an alpha channel:
+        // the program decodes the large backgrounds at start, and a quarter less data and no
+        // alpha scan make that noticeably quicker.
+        if (isOpaque(image))
+            image = image.convertToFormat(QImage::Format_RGB32);
         const QString path = out.filePath(picture.name);
         if (!image.save(path, "PNG")) {
             err << "cannot write " << path << "\n";
