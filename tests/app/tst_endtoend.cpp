@@ -415,6 +415,54 @@ private Q_SLOTS:
         QCOMPARE(program->board->image("fsig"), ImagesFolder::content("second", "system.img"));
         QVERIFY(boxes.isEmpty());
     }
+
+    // The image set that ships beside the program: chosen like any other folder, each
+    // operating system's page flashes it as it comes, every file landing under its role.
+    void shippedImageSet_data()
+    {
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QStringList>("received"); // "tag=ROLE", or the command line as sent
+        QTest::newRow("android") << "Android"
+                                 << QStringList{"hlvn=BOOTLOADER", "kern=KERNEL",
+                                                "cmdl=console=ttySAC2,115200 init=/init androidboot.console=ttySAC2",
+                                                "rmdk=RAMDISK", "fsig=SYSTEM", "fuig=USERDATA-8G"};
+        QTest::newRow("linux") << "Linux"
+                               << QStringList{"hlvn=BOOTLOADER", "kern=KERNEL",
+                                              "cmdl=root=/dev/mmcblk0p2 rw rootfstype=ext4 console=ttySAC2,115200",
+                                              "rmdk=RAMDISK", "lfsi=ROOTFS"};
+        QTest::newRow("windows ce") << "Windows CE" << QStringList{"hlvn=BOOTLOADER", "celg=BOOTLOGO", "cenk=WINCE-IMAGE"};
+    }
+    void shippedImageSet()
+    {
+        QFETCH(QString, menu);
+        QFETCH(QStringList, received);
+        QVERIFY(startConnected());
+        QVERIFY(program->clickMenu(menu));
+        folderAnswer = QStringLiteral(OSTRAKIT_SHIPPED_IMAGES);
+        QTest::mouseClick(program->page()->findChild<QPushButton *>("imagesFolderButton"), Qt::LeftButton);
+        QCOMPARE(gImagesPath, folderAnswer);
+        QVERIFY(flash(program->page()));
+        QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
+
+        QList<QByteArray> tags;
+        for (const QString &item : received) {
+            const QByteArray tag = item.section('=', 0, 0).toLatin1();
+            const QString what = item.section('=', 1);
+            tags << tag;
+            const QByteArray image = program->board->image(tag);
+            if (tag == "cmdl") {
+                QCOMPARE(image, what.toLatin1());
+                continue;
+            }
+            // "OSTRAKIT PLACEHOLDER <ROLE> <file> - ..." on every line of the file.
+            const QList<QByteArray> words = image.left(image.indexOf('\n')).split(' ');
+            QVERIFY2(words.size() > 3 && words.at(2) == what.toLatin1(), image.left(80).constData());
+            QFile file(folderAnswer + '/' + QString::fromLatin1(words.at(3)));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(image, file.readAll());
+        }
+        QCOMPARE(program->board->receivedTags(), tags);
+    }
 };
 
 QTEST_MAIN(TstEndToEnd)
