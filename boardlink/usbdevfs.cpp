@@ -19,6 +19,8 @@ namespace {
 constexpr int kMaxTransfer = 16384;
 constexpr int kReadAttempts = 6;
 constexpr size_t kDescriptorCapacity = 1024;
+constexpr int kGoneLooks = 10;
+constexpr useconds_t kGoneLookIntervalUs = 20000;
 
 int systemOpen(const char *path, int flags)
 {
@@ -270,6 +272,28 @@ int bulk(int fd, unsigned char endpoint, void *data, int len)
     return calls().ioctl(fd, USBDEVFS_BULK, &transfer);
 }
 
+// A board pulled off the bus never answers on this descriptor again: trying five more
+// times, a second apart, would only freeze the window. The kernel says ENODEV once it has
+// noticed; a transfer cut short by the disconnect itself ends with ESHUTDOWN or EPROTO,
+// which a live device can give too, so then the node must be gone as well. The hub takes
+// a few milliseconds to notice and remove it, hence the short looks.
+bool deviceGone(const usb_handle *h, int error)
+{
+    if (error == ENODEV)
+        return true;
+    if (error != ESHUTDOWN && error != EPROTO)
+        return false;
+    for (int look = 0; look < kGoneLooks; ++look) {
+        const int fd = calls().open(h->fname, O_RDONLY);
+        if (fd < 0)
+            return errno == ENOENT || errno == ENODEV;
+        calls().close(fd);
+        if (look + 1 < kGoneLooks)
+            usleep(kGoneLookIntervalUs);
+    }
+    return false;
+}
+
 } // namespace
 
 const UsbSystemCalls &usb_system_calls()
@@ -347,7 +371,7 @@ int usb_read(usb_handle *h, void *data, int len)
             n = bulk(h->desc, h->ep_in, bytes, piece);
             if (n >= 0)
                 break;
-            if (attempt == kReadAttempts)
+            if (attempt == kReadAttempts || deviceGone(h, errno))
                 return -1;
             calls().sleep_seconds(1);
         }

@@ -1,0 +1,155 @@
+// A Halvorn board in download mode on a real USB device controller: a FunctionFS pump
+// that hands every transfer of the host to the library's VirtualBoard and sends back its
+// answer, so the host side meets the same boot loader as everywhere else, but through the
+// kernel's usbdevfs.
+//
+//   halvorngadget CPU OUTDIR [vanish N | silent N | refuse]
+//
+// Environment: OSTRAKIT_GADGET_FFS (the mounted FunctionFS), OSTRAKIT_GADGET_UDC (the
+// gadget's UDC file). Every image the board finished writing is put into OUTDIR/<tag>.
+// "vanish N": after N data packets the board leaves the bus (the cable is pulled);
+// "silent N": after N packets it stops answering, and a second later leaves the bus.
+// Either way it comes back on SIGUSR1, without the fault. Time of leaving: OUTDIR/unplugged.
+
+#include "boardlink/virtualboard.h"
+
+#include <QByteArray>
+#include <QFile>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <endian.h>
+#include <fcntl.h>
+#include <linux/usb/functionfs.h>
+#include <unistd.h>
+
+namespace {
+
+struct __attribute__((packed)) InterfaceDescriptors {
+    usb_interface_descriptor intf;
+    usb_endpoint_descriptor_no_audio in;
+    usb_endpoint_descriptor_no_audio out;
+};
+
+InterfaceDescriptors interfaceAt(uint16_t maxPacket)
+{
+    InterfaceDescriptors d{};
+    d.intf = {USB_DT_INTERFACE_SIZE, USB_DT_INTERFACE, 0, 0, 2, 0xff, 0x42, 0x03, 0};
+    d.in = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 1 | USB_DIR_IN, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
+    d.out = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 2 | USB_DIR_OUT, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
+    return d;
+}
+
+bool writeText(const QByteArray &path, const QByteArray &text)
+{
+    QFile file(QString::fromLocal8Bit(path));
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
+}
+
+qint64 nowNs()
+{
+    timespec t{};
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return qint64(t.tv_sec) * 1000000000 + t.tv_nsec;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 3) {
+        fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N | refuse]\n");
+        return 2;
+    }
+    const QByteArray ffs = qgetenv("OSTRAKIT_GADGET_FFS");
+    const QByteArray udc = qgetenv("OSTRAKIT_GADGET_UDC");
+    const QByteArray outDir = argv[2];
+    QByteArray fault = argc > 3 ? argv[3] : "";
+    const int faultPacket = argc > 4 ? atoi(argv[4]) : 0;
+
+    VirtualBoard board(VirtualBoard::cpuFromName(QString::fromLatin1(argv[1])));
+    board.setWritingRounds(2);
+    if (fault == "vanish")
+        board.setFault(VirtualBoard::Fault::VanishAfterPackets, faultPacket);
+    else if (fault == "refuse")
+        board.setFault(VirtualBoard::Fault::RefuseHeader);
+
+    struct __attribute__((packed)) {
+        usb_functionfs_descs_head_v2 header;
+        uint32_t fsCount, hsCount;
+        InterfaceDescriptors fs, hs;
+    } descriptors{};
+    descriptors.header = {htole32(FUNCTIONFS_DESCRIPTORS_MAGIC_V2), htole32(sizeof descriptors),
+                          htole32(FUNCTIONFS_HAS_FS_DESC | FUNCTIONFS_HAS_HS_DESC)};
+    descriptors.fsCount = descriptors.hsCount = htole32(3);
+    descriptors.fs = interfaceAt(64);
+    descriptors.hs = interfaceAt(512);
+    const usb_functionfs_strings_head strings = {htole32(FUNCTIONFS_STRINGS_MAGIC), htole32(sizeof strings), 0, 0};
+
+    const int ep0 = open(ffs + "/ep0", O_RDWR);
+    if (ep0 < 0 || write(ep0, &descriptors, sizeof descriptors) < 0 || write(ep0, &strings, sizeof strings) < 0) {
+        perror("halvorngadget: FunctionFS");
+        return 1;
+    }
+    const int epIn = open(ffs + "/ep1", O_RDWR);
+    const int epOut = open(ffs + "/ep2", O_RDWR);
+    if (epIn < 0 || epOut < 0 || !writeText(udc, "dummy_udc.0\n")) {
+        perror("halvorngadget: endpoints or UDC");
+        return 1;
+    }
+
+    sigset_t plugBack;
+    sigemptyset(&plugBack);
+    sigaddset(&plugBack, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &plugBack, nullptr);
+    auto pullCable = [&] {
+        writeText(outDir + "/unplugged", QByteArray::number(nowNs()));
+        writeText(udc, "\n");
+        int signal = 0;
+        sigwait(&plugBack, &signal);
+        board.setFault(VirtualBoard::Fault::None);
+        board.plugIn();
+        writeText(udc, "dummy_udc.0\n");
+    };
+
+    board.open();
+    QByteArray transfer(65536, '\0');
+    char reply[512];
+    int packets = 0;
+    for (;;) {
+        const ssize_t n = read(epOut, transfer.data(), size_t(transfer.size()));
+        if (n < 0) {
+            // The host went away or reset the function; the next read waits for it.
+            usleep(1000);
+            continue;
+        }
+        if (n > 0 && transfer.at(0) == 'A')
+            ++packets;
+        if (fault == "silent" && packets > faultPacket) {
+            sleep(1);
+            pullCable();
+            fault.clear();
+            continue;
+        }
+        if (board.write(transfer.constData(), int(n)) < 0 || !board.isPluggedIn()) {
+            pullCable();
+            board.open();
+            continue;
+        }
+        const int len = board.read(reply, sizeof reply);
+        if (len >= 2 && memcmp(reply, "1 ", 2) == 0) {
+            // The board has written its images: hand them to the test before it hears so.
+            for (const QByteArray &tag : board.receivedTags())
+                writeText(outDir + '/' + tag, board.image(tag));
+            board.forgetReceived();
+        }
+        if (len >= 0 && write(epIn, reply, size_t(len)) < 0)
+            usleep(1000);
+        if (!board.isPluggedIn()) { // left download mode (boot, user bin from RAM)
+            pullCable();
+            board.open();
+        }
+    }
+}
