@@ -331,6 +331,8 @@ QByteArray VirtualBoard::answerIdlePoll()
     if (roundsLeft > 0) {
         const int done = 100 * (writingRounds - roundsLeft + 1) / (writingRounds + 1);
         --roundsLeft;
+        if (!writingText.isEmpty())
+            return "0 " + writingText;
         return "0 Writing " + currentTag + " to flash ... " + QByteArray::number(done) + '%';
     }
     state = State::Idle;

@@ -1,6 +1,10 @@
 #include "shell/boardstatus.h"
 
+#include "boardlink/boardtext.h"
+
 #include <QCoreApplication>
+
+#include <functional>
 
 namespace BoardStatus {
 
@@ -22,7 +26,9 @@ QStringList hardwareValues(const QString &hwInfo)
     return values;
 }
 
-QString statusText(bool connected, const QString &hwInfo)
+namespace {
+
+QString statusLine(bool connected, const QString &hwInfo, const std::function<QString(const QString &)> &shown)
 {
     // The texts belong to the main window's translation context, where the status bar
     // lives.
@@ -33,7 +39,19 @@ QString statusText(bool connected, const QString &hwInfo)
     if (values.isEmpty())
         return QCoreApplication::translate("TMainWidget", "Board connected.");
     return QCoreApplication::translate("TMainWidget", "Board connected ( %1 )")
-        .arg(values.join(QLatin1String(" / ")));
+        .arg(shown(values.join(QLatin1String(" / "))));
+}
+
+} // namespace
+
+QString statusText(bool connected, const QString &hwInfo)
+{
+    return statusLine(connected, hwInfo, [](const QString &values) { return values; });
+}
+
+QString statusHtml(bool connected, const QString &hwInfo)
+{
+    return statusLine(connected, hwInfo, &BoardText::toSafeHtml);
 }
 
 } // namespace BoardStatus
