@@ -392,9 +392,14 @@ void VirtualBoard::trace(const QString &line)
         lines.remove(0, kKeptLines / 2);
     lines << line;
     if (traceFile) {
-        traceFile->write(line.toUtf8());
-        traceFile->write("\n");
-        traceFile->flush();
+        const QByteArray bytes = line.toUtf8() + '\n';
+        if (traceFile->write(bytes) != bytes.size() || !traceFile->flush()) {
+            // A full disk would otherwise fail every line; once is enough to say so, and
+            // the transcript in memory goes on.
+            qWarning("ostrakit: cannot write the board trace to %s: %s", qPrintable(traceFile->fileName()),
+                     qPrintable(traceFile->errorString()));
+            traceFile.reset();
+        }
     }
 }
 
