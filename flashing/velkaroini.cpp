@@ -23,17 +23,22 @@ Contents Contents::read(const QString &iniFile)
     if (!file.open(QIODevice::ReadOnly))
         return contents;
 
-    static const QRegularExpression lineEnd(QStringLiteral("[\r\n]"));
     const QString text = decode(file.readAll());
-    for (const QStringView line : QStringView(text).split(lineEnd, Qt::SkipEmptyParts)) {
+    const QStringView all(text);
+    qsizetype start = 0;
+    while (start < all.size()) {
+        qsizetype end = all.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = all.size();
+        const QStringView line = all.mid(start, end - start);
+        start = end + 1;
         // Users comment a line out by spoiling its key ("#Linux-Kernel = ..."); there is
         // no other syntax, so every line with an "=" is a candidate.
-        const QString simplified = line.toString().simplified();
-        const qsizetype equals = simplified.indexOf(QLatin1Char('='));
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
         if (equals < 0)
             continue;
         // A command line is full of "=", so only the first one separates key and value.
-        contents.lines.append({simplified.left(equals).simplified(), simplified.mid(equals + 1).simplified()});
+        contents.lines.append({line.left(equals).toString().simplified(), line.mid(equals + 1).toString().simplified()});
     }
     return contents;
 }
