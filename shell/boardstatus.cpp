@@ -35,18 +35,20 @@ QString statusLine(bool connected, const QString &hwInfo, const std::function<QS
     if (!connected)
         return QCoreApplication::translate("TMainWidget",
                                            "Board is not connected, or Halvorn is not in USB download mode");
-    const QStringList values = hardwareValues(hwInfo);
+    QStringList values = hardwareValues(hwInfo);
     if (values.isEmpty())
         return QCoreApplication::translate("TMainWidget", "Board connected.");
-    return QCoreApplication::translate("TMainWidget", "Board connected ( %1 )")
-        .arg(shown(values.join(QLatin1String(" / "))));
+    // Each value on its own: formatting one leaves open ends with it.
+    for (QString &value : values)
+        value = shown(value);
+    return QCoreApplication::translate("TMainWidget", "Board connected ( %1 )").arg(values.join(QLatin1String(" / ")));
 }
 
 } // namespace
 
 QString statusText(bool connected, const QString &hwInfo)
 {
-    return statusLine(connected, hwInfo, [](const QString &values) { return values; });
+    return statusLine(connected, hwInfo, [](const QString &value) { return value; });
 }
 
 QString statusHtml(bool connected, const QString &hwInfo)
