@@ -2,10 +2,12 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTimer>
 
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -83,6 +85,20 @@ void TUsbDevCommand::SetCPU(TBoardCPU newCpu)
     }
 }
 
+QString TUsbDevCommand::unsendableCharacters(const QString &text)
+{
+    QString found;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        // A character beyond the basic plane is two code units; it is named whole.
+        const qsizetype length = text.at(i).isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
+        const QStringView character = QStringView(text).mid(i, length);
+        if (character.at(0).unicode() > 0xff && !found.contains(character))
+            found += character;
+        i += length - 1;
+    }
+    return found;
+}
+
 void TUsbDevCommand::SetOS(TOS newOs)
 {
     os = newOs;
@@ -132,11 +148,22 @@ void TUsbDevCommand::SendFile(const char *tag, QString path, bool inMemory)
         return;
     }
     if (inMemory) {
+        // One byte per character: anything beyond Latin-1 would silently become "?".
+        const QString unsendable = unsendableCharacters(path);
+        if (!unsendable.isEmpty()) {
+            fail(QStringLiteral("Cannot send the characters \"%1\": the board takes Latin-1 only").arg(unsendable));
+            return;
+        }
         memData = path.toLatin1();
         auto *buffer = new QBuffer(this);
         buffer->setBuffer(&memData);
         source = buffer;
     } else {
+        // Opening a FIFO or a device would block for good or never end; images are files.
+        if (!QFileInfo(path).isFile()) {
+            fail(QStringLiteral("Cannot open file"));
+            return;
+        }
         source = new QFile(path, this);
     }
     Send(tag);
@@ -151,8 +178,11 @@ void TUsbDevCommand::Send(const char *tag)
         return;
     }
     const qint64 size = source->size();
+    progressShift = 0;
+    while ((size >> progressShift) > std::numeric_limits<int>::max())
+        ++progressShift;
     Q_EMIT SendCurrentPos(0);
-    Q_EMIT SendMaxSize(int(size));
+    Q_EMIT SendMaxSize(int(size >> progressShift));
 
     const QByteArray header = QByteArray("KOVA ") + tag + ' ' + QByteArray::number(size, 16);
     if (replyIs(Run(header, true), "O")) {
@@ -175,7 +205,7 @@ void TUsbDevCommand::SendLoop()
         return;
     }
     packet.resize(1 + int(n));
-    Q_EMIT SendCurrentPos(int(source->pos()));
+    Q_EMIT SendCurrentPos(int(source->pos() >> progressShift));
 
     const QByteArray reply = Run(packet, true);
     if (replyIs(reply, "O")) {

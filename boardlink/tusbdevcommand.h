@@ -55,6 +55,13 @@ public:
     // (index 0 is empty).
     static QString cpuName(TBoardCPU cpu);
 
+    // SendMaxSize and SendCurrentPos carry the transfer's bytes divided by this (a power
+    // of two), so that an image of 2 GiB or more still fits their int; 1 for smaller ones.
+    qint64 progressUnit() const { return qint64(1) << progressShift; }
+    // The characters of a text that cannot go to the board in its one-byte encoding,
+    // each once, in order of appearance; empty when all can.
+    static QString unsendableCharacters(const QString &text);
+
     // The file system and format tags for a processor and operating system.
     static const char *fileSystemTag(TBoardCPU cpu, TOS os);
     static const char *formatTag(TBoardCPU cpu, TOS os);
@@ -103,5 +110,6 @@ private:
     TBoardCPU cpu = CPU_Unknown;
     TOS os = OS_None;
     int packetSize = 63;
+    int progressShift = 0;
     QByteArray packet; // reused for every "A" packet of a transfer
 };

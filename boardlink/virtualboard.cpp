@@ -331,6 +331,8 @@ QByteArray VirtualBoard::answerIdlePoll()
     if (roundsLeft > 0) {
         const int done = 100 * (writingRounds - roundsLeft + 1) / (writingRounds + 1);
         --roundsLeft;
+        if (!writingText.isEmpty())
+            return "0 " + writingText;
         return "0 Writing " + currentTag + " to flash ... " + QByteArray::number(done) + '%';
     }
     state = State::Idle;
@@ -390,9 +392,14 @@ void VirtualBoard::trace(const QString &line)
         lines.remove(0, kKeptLines / 2);
     lines << line;
     if (traceFile) {
-        traceFile->write(line.toUtf8());
-        traceFile->write("\n");
-        traceFile->flush();
+        const QByteArray bytes = line.toUtf8() + '\n';
+        if (traceFile->write(bytes) != bytes.size() || !traceFile->flush()) {
+            // A full disk would otherwise fail every line; once is enough to say so, and
+            // the transcript in memory goes on.
+            qWarning("ostrakit: cannot write the board trace to %s: %s", qPrintable(traceFile->fileName()),
+                     qPrintable(traceFile->errorString()));
+            traceFile.reset();
+        }
     }
 }
 

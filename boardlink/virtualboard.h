@@ -50,6 +50,8 @@ public:
     QStringList hardwareLines() const { return hwLines; }
     // How many "0 " answers the idle poll gets after a download before "1 ".
     void setWritingRounds(int rounds) { writingRounds = rounds; }
+    // What the "0 " answers say while writing; empty: the usual percentage.
+    void setWritingText(const QByteArray &text) { writingText = text; }
     // Keep the received bytes (the default) or only count them.
     void setKeepData(bool keep) { keepData = keep; }
 
@@ -110,6 +112,7 @@ private:
     QStringList hwLines;
     bool customHwLines = false;
     int writingRounds = 3;
+    QByteArray writingText;
     bool keepData = true;
 
     Fault currentFault = Fault::None;

@@ -1,5 +1,6 @@
 #include "flashing/cmdlineoptions.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace CmdLineOptions {
@@ -9,13 +10,21 @@ namespace {
 const QLatin1String kSkipCaliPrefix("skipcali=");
 const QLatin1String kSkipCaliOff("skipcali=n");
 
+// A tab pasted into the field separates tokens as a blank does; otherwise a token after
+// it would hide from the "Skip cali" box.
+QStringList tokens(const QString &commandLine)
+{
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
+    return commandLine.split(blanks, Qt::SkipEmptyParts);
+}
+
 } // namespace
 
 std::optional<bool> skipCaliFromCommandLine(const QString &commandLine)
 {
     if (commandLine.isEmpty())
         return std::nullopt;
-    const QStringList parts = commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList parts = tokens(commandLine);
     for (const QString &part : parts) {
         // Only the first letter of the value counts: "skipcali=yes" still skips.
         const QString token = part.simplified();
@@ -32,7 +41,7 @@ QString commandLineWithSkipCali(const QString &commandLine, bool skipCali)
     if (commandLine.isEmpty())
         return commandLine;
     QStringList kept;
-    const QStringList parts = commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList parts = tokens(commandLine);
     for (const QString &part : parts) {
         const QString token = part.simplified();
         // A part of tabs alone would leave a double blank behind. Whatever value an old

@@ -1,9 +1,11 @@
 #include "flashing/flashplan.h"
 
+#include "boardlink/tusbdevcommand.h"
 #include "flashing/cmdlineoptions.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -17,6 +19,11 @@ FlashPlan refused(const QString &message)
 // Empty when the file can be flashed, else the message that says why not.
 QString checkImageFile(const QString &path)
 {
+    // A FIFO or a device would block the open, or never end; only files are images. A
+    // folder fails to open and is reported as users have always seen it.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile() && !info.isDir())
+        return QCoreApplication::translate("TConfigView", "\"%1\" is not a regular file.").arg(path);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return QCoreApplication::translate("TConfigView", "File not found \"%1\".").arg(path);
@@ -55,6 +62,11 @@ FlashPlan FlashPlan::build(const FlashPageState &state)
         if (hasCommandLine && item.label == ConfigPage::kCommandLineLabel) {
             if (item.text.isEmpty())
                 return refused(QCoreApplication::translate("TConfigView", "No kernel command line."));
+            const QString unsendable = TUsbDevCommand::unsendableCharacters(item.text);
+            if (!unsendable.isEmpty())
+                return refused(QCoreApplication::translate(
+                                   "TConfigView", "The kernel command line holds characters the board cannot take: %1")
+                                   .arg(unsendable));
             add(item.label, CmdLineOptions::commandLineForBoard(item.text));
             continue;
         }

@@ -1,5 +1,7 @@
 #include "flashing/flashruntexts.h"
 
+#include "boardlink/boardtext.h"
+
 #include <QCoreApplication>
 
 namespace FlashRunTexts {
@@ -27,9 +29,11 @@ QString abortHint()
 
 QString boardLogLine(int level, const QString &text)
 {
+    // The idle poll forwards whatever the board writes; only harmless markup gets through.
+    const QString shown = BoardText::toSafeHtml(text);
     if (level == 1)
-        return QStringLiteral("<font color=red>%1</font>").arg(text);
-    return QStringLiteral("<font color=black>%1</font>").arg(text);
+        return QStringLiteral("<font color=red>%1</font>").arg(shown);
+    return QStringLiteral("<font color=black>%1</font>").arg(shown);
 }
 
 QString completedLogLine()

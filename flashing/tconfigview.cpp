@@ -379,6 +379,8 @@ void TConfigView::initWithFromVelkaroIni(const QString &imagesFolder, const QStr
         VelkaroIni::readPageFill(pageKind(), VelkaroIni::ImageSet{imagesFolder, iniFile}, userDataKey);
     if (!fill)
         return;
+    if (!fill->namesAnImage)
+        appendLog(QStringLiteral("<font color=red>%1</font>").arg(VelkaroIni::namesNoImageMessage(iniFile).toHtmlEscaped()));
 
     lowFormat = fill->lowFormat;
     if (lowFormatCheckBox)
@@ -773,7 +775,7 @@ void TConfigView::USBSendMaxSize(int maxSize)
 {
     progressBar->setMaximum(maxSize);
     transferClock.start();
-    transferRate.start(maxSize, 0);
+    transferRate.start(maxSize * progressUnit(), 0);
 }
 
 void TConfigView::USBSendCurrentPos(int pos)
@@ -781,11 +783,17 @@ void TConfigView::USBSendCurrentPos(int pos)
     progressBar->setValue(pos);
     if (!transferClock.isValid())
         return;
-    transferRate.update(pos, transferClock.elapsed());
+    transferRate.update(pos * progressUnit(), transferClock.elapsed());
     const QString text = transferRate.text();
     // The rate is resampled only twice a second, so most positions leave the text as it is.
     if (transferLabel->text() != text)
         transferLabel->setText(text);
+}
+
+qint64 TConfigView::progressUnit()
+{
+    // Images of 2 GiB and more come in larger units; the speed is still in bytes.
+    return gUsbDevCommand ? gUsbDevCommand->progressUnit() : 1;
 }
 
 void TConfigView::clearLog()

@@ -115,6 +115,7 @@ private:
     bool doStep(int i);
     void failRun();
     void appendLog(const QString &html);
+    static qint64 progressUnit();
     void showProgressControls(bool show);
 
     int kind;

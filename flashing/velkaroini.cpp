@@ -4,31 +4,84 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTextStream>
+#include <QRegularExpression>
+#include <QStringDecoder>
 
 QString readVelkaroIniKeyValue(const QString &iniFilePath, const QString &key)
 {
-    QFile file(iniFilePath);
-    if (!file.open(QIODevice::ReadOnly))
-        return QString();
+    return VelkaroIni::Contents::read(iniFilePath).value(key);
+}
 
-    // Users comment a line out by spoiling its key ("#Linux-Kernel = ..."); there is no
-    // other syntax, so every line with an "=" is a candidate.
-    QTextStream stream(&file);
-    QString line;
-    while (stream.readLineInto(&line)) {
-        const QStringList parts = line.simplified().split(QLatin1Char('='), Qt::KeepEmptyParts);
-        if (parts.size() < 2)
-            continue;
-        if (parts.first().simplified() != key)
+namespace VelkaroIni {
+
+Contents Contents::read(const QString &iniFile)
+{
+    Contents contents;
+    if (!QFileInfo(iniFile).isFile())
+        return contents;
+    QFile file(iniFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return contents;
+
+    const QString text = decode(file.readAll());
+    const QStringView all(text);
+    qsizetype start = 0;
+    while (start < all.size()) {
+        qsizetype end = all.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = all.size();
+        const QStringView line = all.mid(start, end - start);
+        start = end + 1;
+        // Users comment a line out by spoiling its key ("#Linux-Kernel = ..."); there is
+        // no other syntax, so every line with an "=" is a candidate.
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
+        if (equals < 0)
             continue;
         // A command line is full of "=", so only the first one separates key and value.
-        return parts.mid(1).join(QLatin1Char('=')).simplified();
+        contents.lines.append({line.left(equals).toString().simplified(), line.mid(equals + 1).toString().simplified()});
+    }
+    return contents;
+}
+
+QString Contents::decode(const QByteArray &bytes)
+{
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString text = utf8(bytes);
+    if (!utf8.hasError())
+        return text;
+    QStringDecoder gb18030("GB18030");
+    if (!gb18030.isValid())
+        return text;
+    return gb18030(bytes);
+}
+
+QString Contents::value(const QString &key) const
+{
+    for (const auto &line : lines) {
+        if (line.first == key)
+            return line.second;
     }
     return QString();
 }
 
-namespace VelkaroIni {
+bool Contents::namesAnImage() const
+{
+    static const QStringList notImages = {QStringLiteral("LowFormat"), QStringLiteral("LCD-Type"),
+                                          QStringLiteral("Android-CommandLine"), QStringLiteral("Linux-CommandLine")};
+    static const QRegularExpression imageKey(QStringLiteral("^(Android|Linux|WindowsCE6)-"));
+    for (const auto &line : lines) {
+        if (!line.second.isEmpty() && imageKey.match(line.first).hasMatch() && !notImages.contains(line.first))
+            return true;
+    }
+    return false;
+}
+
+QString namesNoImageMessage(const QString &iniFile)
+{
+    return QCoreApplication::translate("TConfigView", "\"%1\" names no image: it is empty, unreadable or not "
+                                                      "a description file. Choose another images folder.")
+        .arg(QDir::toNativeSeparators(iniFile));
+}
 
 QString iniFileIn(const QString &folder)
 {
@@ -147,11 +200,14 @@ std::optional<PageFill> readPageFill(ConfigPage::Kind kind, const ImageSet &set,
     if (ConfigPage::isUserBinPage(kind))
         return std::nullopt;
 
+    // Once for the whole fill: a large file read again for every key froze the window.
+    const Contents contents = Contents::read(set.iniFile);
     PageFill fill;
-    fill.lowFormat = lowFormatFromValue(readVelkaroIniKeyValue(set.iniFile, QStringLiteral("LowFormat")));
-    fill.lcdType = lcdTypeFromValue(readVelkaroIniKeyValue(set.iniFile, QStringLiteral("LCD-Type")));
+    fill.namesAnImage = contents.namesAnImage();
+    fill.lowFormat = lowFormatFromValue(contents.value(QStringLiteral("LowFormat")));
+    fill.lcdType = lcdTypeFromValue(contents.value(QStringLiteral("LCD-Type")));
     for (const FieldSource &source : fieldSources(kind, userDataKey)) {
-        const QString value = readVelkaroIniKeyValue(set.iniFile, source.key);
+        const QString value = contents.value(source.key);
         // The command line is text for the kernel, not a file in the folder.
         const QString text = source.label == ConfigPage::kCommandLineLabel ? value : fieldText(set.folder, value);
         fill.fields.append({source.label, text});

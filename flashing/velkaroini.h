@@ -4,6 +4,7 @@
 #include "flashing/configpage.h"
 
 #include <QList>
+#include <QPair>
 #include <QString>
 
 #include <optional>
@@ -15,6 +16,29 @@ QString readVelkaroIniKeyValue(const QString &iniFilePath, const QString &key);
 
 // Everything else the pages take from an images folder and its "Velkaro.ini".
 namespace VelkaroIni {
+
+// The key lines of one description file, read once. Makers write the file in UTF-8 or,
+// on their Chinese discs, in GB18030 (GBK is part of it); bytes that are not valid UTF-8
+// are taken as GB18030. Only a regular file is read: a FIFO or a device named
+// "Velkaro.ini" would block the window or never end.
+class Contents
+{
+public:
+    static Contents read(const QString &iniFile);
+    static QString decode(const QByteArray &bytes);
+
+    // The value of the first line with this key; empty when there is none.
+    QString value(const QString &key) const;
+    // Whether any key that names an image file has a value. A file that names none
+    // (empty, garbage, unreadable, a folder) would silently clear every field.
+    bool namesAnImage() const;
+
+private:
+    QList<QPair<QString, QString>> lines; // key and value of every key line, in file order
+};
+
+// Said in the page's log when a page is filled from a file that names no image.
+QString namesNoImageMessage(const QString &iniFile);
 
 inline const QString kFileName = QStringLiteral("Velkaro.ini");
 inline const QString kDefaultUserDataKey = QStringLiteral("Android-UserData");
@@ -83,6 +107,7 @@ struct FieldValue
 // choice only matters on pages that have the HDMI controls.
 struct PageFill
 {
+    bool namesAnImage = true;
     bool lowFormat = false;
     LcdTypeChoice lcdType;
     QList<FieldValue> fields; // in the order the page sets them

@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QIcon>
 #include <QTimer>
 
@@ -203,8 +204,12 @@ void SerialPortDialog::onOpenCloseButtonClicked()
         m_port->close();
     } else {
         m_port->setPortName(ui->portBox->currentText());
-        // A device that cannot be opened simply leaves the lamp dark.
-        m_port->open(QIODevice::ReadWrite);
+        // No message box for a device that cannot be opened, but the lamp stays dark
+        // with the reason beside it.
+        if (!m_port->open(QIODevice::ReadWrite))
+            ui->portStateLabel->setText(m_port->openFailureReason());
+        else
+            ui->portStateLabel->clear();
     }
 
     if (!m_port->isOpen()) {
@@ -226,8 +231,13 @@ void SerialPortDialog::onDeviceLost()
 void SerialPortDialog::portClosed()
 {
     ui->led->turnOff();
-    if (m_sendFile)
+    if (m_sendFile) {
+        // The far end may have gone mid-file; the user needs to know where it stopped.
+        ui->portStateLabel->setText(tr("The port closed during the file send: %1 of %2 bytes were sent.")
+                                        .arg(m_sentFileBytes)
+                                        .arg(m_sendFile->size()));
         sendFileDone();
+    }
 }
 
 // ---- Receiving ----
@@ -366,12 +376,14 @@ bool SerialPortDialog::doSendFile()
     }
 
     auto file = std::make_unique<QFile>(ui->sendFileEdit->text());
-    if (!file->open(QIODevice::ReadOnly)) {
+    // A FIFO or a device would block the open, or never end: only files are sent.
+    if (!QFileInfo(file->fileName()).isFile() || !file->open(QIODevice::ReadOnly)) {
         if (complain)
             showMessage(tr("File open failed."));
         return false;
     }
     m_sendFile = std::move(file);
+    m_sentFileBytes = 0;
 
     ui->sendFileProgressBar->setRange(0, int(qMin<qint64>(m_sendFile->size(), INT_MAX)));
     ui->sendFileProgressBar->setValue(0);
@@ -410,8 +422,10 @@ void SerialPortDialog::sendFileTimerTimeout()
     sendFileDone();
 }
 
-void SerialPortDialog::onPortBytesWritten()
+void SerialPortDialog::onPortBytesWritten(qint64 bytes)
 {
+    if (m_sendFile)
+        m_sentFileBytes += bytes;
     if (m_sendFile && !m_sendFileTimer->isActive() && m_port->bytesToWrite() < MaxQueuedFileBytes)
         m_sendFileTimer->start();
 }

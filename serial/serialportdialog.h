@@ -62,7 +62,7 @@ private:
     void onDeviceLost();
     // The port has just been closed, whatever closed it.
     void portClosed();
-    void onPortBytesWritten();
+    void onPortBytesWritten(qint64 bytes);
 
     void appendTextToRecvText(const QString &text);
     void appendHTMLToRecvText(const QString &html);
@@ -82,6 +82,7 @@ private:
     std::unique_ptr<TSerialPort> m_port;
     std::unique_ptr<QFile> m_sendFile;
     std::unique_ptr<QDataStream> m_sendFileStream;
+    qint64 m_sentFileBytes = 0; // taken by the device during the running file send
     QTimer *m_sendFileTimer = nullptr;
     QTimer *m_autoSendTimer = nullptr;
     TRecvDisplay *m_recvDisplay = nullptr;

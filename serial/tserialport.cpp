@@ -1,6 +1,9 @@
 #include "serial/tserialport.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QSerialPort>
+#include <qplatformdefs.h>
 
 namespace {
 
@@ -91,9 +94,54 @@ void TSerialPort::setPortName(const QString &name)
     m_port->setPortName(name);
 }
 
+namespace {
+
+QString devicePath(const QString &portName)
+{
+    return portName.startsWith(QLatin1Char('/')) ? portName : QStringLiteral("/dev/") + portName;
+}
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("SerialPortDialog", text);
+}
+
+} // namespace
+
 bool TSerialPort::open(QIODevice::OpenMode mode)
 {
+    m_refusal.clear();
+    const QString path = devicePath(m_port->portName());
+    QT_STATBUF status;
+    if (QT_STAT(QFile::encodeName(path).constData(), &status) != 0) {
+        m_refusal = translated("%1 does not exist.").arg(path);
+        return false;
+    }
+    if (!S_ISCHR(status.st_mode)) {
+        m_refusal = translated("%1 is not a serial device.").arg(path);
+        return false;
+    }
     return m_port->open(mode);
+}
+
+QString TSerialPort::openFailureReason() const
+{
+    if (!m_refusal.isEmpty())
+        return m_refusal;
+    const QString path = devicePath(m_port->portName());
+    switch (m_port->error()) {
+    case QSerialPort::NoError:
+        return QString();
+    case QSerialPort::DeviceNotFoundError:
+        return translated("%1 does not exist.").arg(path);
+    case QSerialPort::PermissionError:
+        // Serial devices belong to the "dialout" group on Debian and its kin.
+        return translated("No permission to open %1 (or it is in use): join the \"dialout\" group "
+                          "(sudo adduser $USER dialout), then log in again.")
+            .arg(path);
+    default:
+        return translated("%1 cannot be opened: %2").arg(path, m_port->errorString());
+    }
 }
 
 void TSerialPort::close()

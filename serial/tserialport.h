@@ -43,7 +43,10 @@ public:
     QString portName() const;
     void setPortName(const QString &name);
 
+    // Only a character device is opened: a FIFO, a plain file or a folder is refused.
     bool open(QIODevice::OpenMode mode);
+    // Why the last open failed, translated, with what the user can do about it.
+    QString openFailureReason() const;
     void close();
     bool isOpen() const;
 
@@ -84,6 +87,7 @@ private:
     void handleError(int error);
 
     QSerialPort *m_port;
+    QString m_refusal; // set when open() refused the device itself
     QueryMode m_queryMode;
     int m_timeoutMs;
 };

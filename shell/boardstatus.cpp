@@ -1,6 +1,10 @@
 #include "shell/boardstatus.h"
 
+#include "boardlink/boardtext.h"
+
 #include <QCoreApplication>
+
+#include <functional>
 
 namespace BoardStatus {
 
@@ -22,18 +26,34 @@ QStringList hardwareValues(const QString &hwInfo)
     return values;
 }
 
-QString statusText(bool connected, const QString &hwInfo)
+namespace {
+
+QString statusLine(bool connected, const QString &hwInfo, const std::function<QString(const QString &)> &shown)
 {
     // The texts belong to the main window's translation context, where the status bar
     // lives.
     if (!connected)
         return QCoreApplication::translate("TMainWidget",
                                            "Board is not connected, or Halvorn is not in USB download mode");
-    const QStringList values = hardwareValues(hwInfo);
+    QStringList values = hardwareValues(hwInfo);
     if (values.isEmpty())
         return QCoreApplication::translate("TMainWidget", "Board connected.");
-    return QCoreApplication::translate("TMainWidget", "Board connected ( %1 )")
-        .arg(values.join(QLatin1String(" / ")));
+    // Each value on its own: formatting one leaves open ends with it.
+    for (QString &value : values)
+        value = shown(value);
+    return QCoreApplication::translate("TMainWidget", "Board connected ( %1 )").arg(values.join(QLatin1String(" / ")));
+}
+
+} // namespace
+
+QString statusText(bool connected, const QString &hwInfo)
+{
+    return statusLine(connected, hwInfo, [](const QString &value) { return value; });
+}
+
+QString statusHtml(bool connected, const QString &hwInfo)
+{
+    return statusLine(connected, hwInfo, &BoardText::toSafeHtml);
 }
 
 } // namespace BoardStatus

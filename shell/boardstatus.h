@@ -14,5 +14,8 @@ QStringList hardwareValues(const QString &hwInfo);
 // The status line for a board that is (or is not) connected and has described itself
 // with `hwInfo` (empty when it has not yet).
 QString statusText(bool connected, const QString &hwInfo);
+// The same line for a rich-text label: the board's markup is kept only as far as it is
+// harmless (BoardText), everything else shows as typed.
+QString statusHtml(bool connected, const QString &hwInfo);
 
 } // namespace BoardStatus

@@ -1,6 +1,7 @@
 #include "shell/thomeview.h"
 
 #include "app/globals.h"
+#include "boardlink/boardtext.h"
 #include "shell/resourceonlybrowser.h"
 #include "shell/resourcetext.h"
 
@@ -40,12 +41,14 @@ void THomeView::updateWebView(bool connected, const QString &text)
             webView->setSource(help);
         return;
     }
-    QString info = text;
-    info.replace(QLatin1String("\n"), QLatin1String("<br>"));
+    QStringList lines = text.split(QLatin1Char('\n'));
+    for (QString &line : lines)
+        line = BoardText::toSafeHtml(line);
+    const QString info = lines.join(QLatin1String("<br>"));
     QString page = readFile(chinese ? QStringLiteral(":/homeview_connected-cn.html")
                                     : QStringLiteral(":/homeview_connected.html"));
     // The boot loader formats its own lines (bold names and the like), so its text goes
-    // in as markup; the browser keeps it from reaching anything outside the program.
+    // in as markup, as far as that markup is harmless.
     page.replace(QLatin1String("$HWINFO$"), info);
     webView->setHtml(page);
 }

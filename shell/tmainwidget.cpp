@@ -64,6 +64,9 @@ TMainWidget::TMainWidget(QWidget *parent)
 
     statusTextLabel = new QLabel(this);
     statusTextLabel->setObjectName(QStringLiteral("statusTextLabel"));
+    // Always rich text: the board's values arrive escaped, and a line that happens to hold
+    // no tag must still show "&lt;" as "<".
+    statusTextLabel->setTextFormat(Qt::RichText);
     statusIconLabel = new QLabel(this);
     statusIconLabel->setObjectName(QStringLiteral("statusIconLabel"));
     versionLabel = new QLabel(versionText(), this);
@@ -120,7 +123,7 @@ void TMainWidget::setStatusBarText(const QString &text)
 void TMainWidget::updateStatusBar(bool connected)
 {
     statusIconLabel->setPixmap(connected ? connectedIcon : disconnectedIcon);
-    setStatusBarText(BoardStatus::statusText(connected, hardwareInfo));
+    setStatusBarText(BoardStatus::statusHtml(connected, hardwareInfo));
 }
 
 // No menu and no update service: the slots stay so that the hidden menu button and a

@@ -163,6 +163,18 @@
         <source>Image Files(*)</source>
         <translation>映像文件(*)</translation>
     </message>
+    <message>
+        <source>&quot;%1&quot; is not a regular file.</source>
+        <translation>&quot;%1&quot; 不是普通文件。</translation>
+    </message>
+    <message>
+        <source>The kernel command line holds characters the board cannot take: %1</source>
+        <translation>内核命令行中含有开发板无法接收的字符：%1</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; names no image: it is empty, unreadable or not a description file. Choose another images folder.</source>
+        <translation>&quot;%1&quot; 中没有指定任何映像：该文件为空、无法读取或不是映像描述文件。请选择其他映像目录。</translation>
+    </message>
 </context>
 <context>
     <name>TransferRate</name>

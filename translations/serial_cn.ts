@@ -63,6 +63,26 @@
         <source>Message</source>
         <translation>提示</translation>
     </message>
+    <message>
+        <source>%1 does not exist.</source>
+        <translation>%1 不存在。</translation>
+    </message>
+    <message>
+        <source>%1 is not a serial device.</source>
+        <translation>%1 不是串口设备。</translation>
+    </message>
+    <message>
+        <source>No permission to open %1 (or it is in use): join the &quot;dialout&quot; group (sudo adduser $USER dialout), then log in again.</source>
+        <translation>无权打开 %1（或该端口正被占用）：请将用户加入 &quot;dialout&quot; 组（sudo adduser $USER dialout），然后重新登录。</translation>
+    </message>
+    <message>
+        <source>%1 cannot be opened: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>The port closed during the file send: %1 of %2 bytes were sent.</source>
+        <translation>文件发送过程中串口已关闭：已发送 %1 / %2 字节。</translation>
+    </message>
 </context>
 <context>
     <name>SerialPortDialogBase</name>

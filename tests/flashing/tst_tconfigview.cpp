@@ -382,7 +382,7 @@ void TestTConfigView::skipCaliFollowsCommandLine()
 
 void TestTConfigView::hdmiHintOnceInARow()
 {
-    PageRig rig(ConfigPage::Android, TUsbDevCommand::CPU_4412, {});
+    PageRig rig(ConfigPage::Android, TUsbDevCommand::CPU_4412, {"Android-Kernel = zImage"});
     auto *hdmi = rig.child<QCheckBox>("hdmiCheckBox");
     for (bool on : {false, true, false, true})
         hdmi->setChecked(on);

@@ -177,7 +177,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, source);
         THomeView view;
-        view.USBNewDeviceAttached(QString("<img src=\"%1\">").arg(source));
+        view.browser()->setHtml(QString("<img src=\"%1\">").arg(source));
         QTextDocument *doc = view.browser()->document();
         QCOMPARE(laidOutPictures(doc), QList<QSizeF>{QSizeF(QImage(":/connect.png").size())});
         QVERIFY(!doc->resource(QTextDocument::ImageResource, QUrl(source)).isNull());
