@@ -1,6 +1,8 @@
 #include "shell/thomeview.h"
 
 #include "app/globals.h"
+#include "app/programpaths.h"
+#include "boardlink/boardaccess.h"
 #include "shell/resourceonlybrowser.h"
 #include "shell/resourcetext.h"
 
@@ -62,6 +64,21 @@ void THomeView::USBConnected(bool connected)
 void THomeView::USBNewDeviceAttached(QString HwInfo)
 {
     updateWebView(true, HwInfo);
+}
+
+void THomeView::USBAccessProblem(QString node, int error)
+{
+    if (error == 0) {
+        // A board that became usable brings its information page right after this.
+        updateWebView(false, QString());
+        return;
+    }
+    BoardAccessProblem problem;
+    problem.node = node;
+    problem.error = error;
+    webView->setHtml(QStringLiteral("<html><body><h3 style=\"color:#b00000\">%1</h3><p>%2</p></body></html>")
+                         .arg(BoardAccess::statusText(problem).toHtmlEscaped(),
+                              BoardAccess::hintText(problem, ProgramPaths::udevRuleFile()).toHtmlEscaped()));
 }
 
 void THomeView::USBReportLog(int, QString) {}

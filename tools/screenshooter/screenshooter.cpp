@@ -283,7 +283,6 @@ int main(int argc, char *argv[])
     const QString folder = Startup::programFolder(QCoreApplication::applicationDirPath());
     {
         QSettings settings(scratch.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
-        settings.beginGroup(QStringLiteral("General"));
         settings.setValue(QStringLiteral("language"), language);
         Startup::applyLanguage(app, folder, settings);
     }
