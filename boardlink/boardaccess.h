@@ -34,8 +34,13 @@ public:
 
     // What to tell the user, translated: which node, why, and what to do (install the
     // udev rule `udevRuleFile` with the command given, or close the other program; then
-    // plug the board in again). Empty for a null problem.
-    static QString hintText(const BoardAccessProblem &problem, const QString &udevRuleFile);
+    // plug the board in again). With `installedRule` (a rule udev already has) the advice
+    // is to reload udev and plug in again instead. Empty for a null problem.
+    static QString hintText(const BoardAccessProblem &problem, const QString &udevRuleFile,
+                            const QString &installedRule = installedUdevRule());
+
+    // The program's rule in one of the folders udev reads, or empty.
+    static QString installedUdevRule();
 
     // The same, short enough for a status bar.
     static QString statusText(const BoardAccessProblem &problem);

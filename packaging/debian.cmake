@@ -6,12 +6,12 @@ set(CPACK_PACKAGE_NAME ostrakit)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Ostrakit developers <ostrakit@example.com>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "flash ARM development boards over USB")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "flash ARM development boards over USB
- Ostrakit finds a board whose Halvorn boot loader is in USB download mode,
- identifies its processor and writes boot loader, kernel, ramdisk, root file
- system, Android, Linux or Windows CE images to its flash, or runs a bare-metal
- program from RAM, with a progress bar and a coloured log. It also has a serial
- terminal for the board's console. English and Chinese.")
+# CPack puts the summary first and indents the rest.
+set(CPACK_PACKAGE_DESCRIPTION "Ostrakit finds a board whose Halvorn boot loader is in USB download mode,
+identifies its processor and writes boot loader, kernel, ramdisk, root file
+system, Android, Linux or Windows CE images to its flash, or runs a bare-metal
+program from RAM, with a progress bar and a coloured log. It also has a serial
+terminal for the board's console. English and Chinese.")
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://www.example.com/")
