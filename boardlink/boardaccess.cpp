@@ -56,13 +56,13 @@ QString BoardAccess::hintText(const BoardAccessProblem &problem, const QString &
     if ((problem.error == EACCES || problem.error == EPERM) && !installedRule.isEmpty())
         return tr("The board in download mode at %1 cannot be opened for writing (%2), although the udev rule "
                   "%3 is installed. It gives access to the user logged in at the seat only. Run "
-                  "\"sudo udevadm control --reload-rules\", then unplug the board and plug it in again.")
+                  "\"sudo udevadm control --reload-rules\". Then unplug the board and plug it in again.")
             .arg(problem.node, reason, installedRule);
     if (problem.error == EACCES || problem.error == EPERM)
         return tr("The board in download mode at %1 cannot be opened for writing (%2). "
                   "Ostrakit's udev rule gives the user at the seat access: install it with "
-                  "\"sudo install -m 644 %3 /etc/udev/rules.d/ && sudo udevadm control --reload-rules\", "
-                  "then unplug the board and plug it in again.")
+                  "\"sudo install -m 644 %3 /etc/udev/rules.d/ && sudo udevadm control --reload-rules\". "
+                  "Then unplug the board and plug it in again.")
             .arg(problem.node, reason, udevRuleFile);
     return QString();
 }

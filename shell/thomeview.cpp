@@ -8,6 +8,7 @@
 
 #include <QFont>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QUrl>
 
 THomeView::THomeView(QWidget *parent)
@@ -76,9 +77,13 @@ void THomeView::USBAccessProblem(QString node, int error)
     BoardAccessProblem problem;
     problem.node = node;
     problem.error = error;
+    // A command quoted in the hint gets a line of its own (the stop after it goes), to be
+    // read and copied whole.
+    QString hint = BoardAccess::hintText(problem, ProgramPaths::udevRuleFile()).toHtmlEscaped();
+    hint.replace(QRegularExpression(QStringLiteral("&quot;(.+?)&quot;[.,，。]?\\s*")), QStringLiteral("<br><code>\\1</code><br>"));
+    hint.replace(QStringLiteral("&amp;&amp; "), QStringLiteral("&amp;&amp;<br>"));
     webView->setHtml(QStringLiteral("<html><body><h3 style=\"color:#b00000\">%1</h3><p>%2</p></body></html>")
-                         .arg(BoardAccess::statusText(problem).toHtmlEscaped(),
-                              BoardAccess::hintText(problem, ProgramPaths::udevRuleFile()).toHtmlEscaped()));
+                         .arg(BoardAccess::statusText(problem).toHtmlEscaped(), hint));
 }
 
 void THomeView::USBReportLog(int, QString) {}
