@@ -16,9 +16,12 @@ set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://www.example.com/")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# Depends come from the shared libraries the programs link (dpkg-shlibdeps).
+# Depends come from the shared libraries the programs link (dpkg-shlibdeps), plus Qt's
+# platform plugins, which are loaded at run time and which libqt6gui6 only recommends:
+# without them there is no window. The Chinese interface wants a CJK font.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "udev")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "udev, fonts-noto-cjk")
 set(CPACK_STRIP_FILES ON)
 # The install runs with DESTDIR and the real prefix, so the udev rule lands in udev's
 # own folder inside the package.
