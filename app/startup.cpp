@@ -1,6 +1,7 @@
 #include "app/startup.h"
 
 #include "app/globals.h"
+#include "app/programpaths.h"
 #include "app/userdialogs.h"
 #include "app/virtualboardplug.h"
 #include "boardlink/tusbdevcommand.h"
@@ -25,10 +26,20 @@ QString programFolder(const QString &applicationDirPath)
     return folder;
 }
 
+QVariant settingValue(const QSettings &settings, const QString &key, const QVariant &defaultValue)
+{
+    // Qt reads a "[General]" section as the top level of an INI file. Earlier releases
+    // entered a group named "General", which Qt writes as "[%General]"; such a file keeps
+    // its language until the next choice rewrites it.
+    if (settings.contains(key))
+        return settings.value(key);
+    return settings.value(QStringLiteral("General/") + key, defaultValue);
+}
+
 void applyLanguage(QApplication &app, const QString &folder, QSettings &settings)
 {
-    if (settings.value(QStringLiteral("language"), QStringLiteral("en")).toString() == QLatin1String("cn")) {
-        const int size = settings.value(QStringLiteral("fontSize_cn"), 10).toInt();
+    if (settingValue(settings, QStringLiteral("language"), QStringLiteral("en")).toString() == QLatin1String("cn")) {
+        const int size = settingValue(settings, QStringLiteral("fontSize_cn"), 10).toInt();
         app.setFont(QFont(QStringLiteral("微软雅黑"), size));
         // The translator lives as long as the application.
         auto *translator = new QTranslator(&app);
@@ -41,7 +52,7 @@ void applyLanguage(QApplication &app, const QString &folder, QSettings &settings
         UserDialogs::information(nullptr, QStringLiteral("Message"),
                                  QStringLiteral("Load language-cn.qm failed!"));
     }
-    const int size = settings.value(QStringLiteral("fontSize_en"), 12).toInt();
+    const int size = settingValue(settings, QStringLiteral("fontSize_en"), 12).toInt();
     QFont font = QApplication::font();
     font.setFamily(QFont().defaultFamily());
     font.setPointSize(size);
@@ -66,10 +77,8 @@ std::shared_ptr<VirtualBoard> attachVirtualBoard(const CommandLineOptions &optio
 
 int run(QApplication &app, const CommandLineOptions &options)
 {
-    const QString folder = programFolder(QCoreApplication::applicationDirPath());
-    QSettings settings(folder + QStringLiteral("settings.ini"), QSettings::IniFormat);
-    settings.beginGroup(QStringLiteral("General"));
-    applyLanguage(app, folder, settings);
+    QSettings settings(ProgramPaths::settingsFileToRead(), QSettings::IniFormat);
+    applyLanguage(app, ProgramPaths::dataFolder(), settings);
 
     QApplication::setQuitOnLastWindowClosed(true);
     TMainWidget window;

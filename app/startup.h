@@ -3,6 +3,7 @@
 #include "app/commandline.h"
 
 #include <QString>
+#include <QVariant>
 
 #include <memory>
 
@@ -16,7 +17,11 @@ namespace Startup {
 // The program's own folder with a trailing "/" (a trailing backslash is kept as it is).
 QString programFolder(const QString &applicationDirPath);
 
-// Reads the language and font size from the "General" group of `settings`, sets the
+// A key of the settings file's "[General]" section, which Qt keeps at the top level of
+// `settings`; a file written by an earlier release under "[%General]" is read as well.
+QVariant settingValue(const QSettings &settings, const QString &key, const QVariant &defaultValue);
+
+// Reads the language and font size from the "[General]" section of `settings`, sets the
 // application font and, for Chinese, installs the translation "language-cn" from
 // `folder`. Sets gLanguage. A translation that cannot be loaded is reported with a box
 // and the program goes on in English.

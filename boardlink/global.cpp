@@ -3,6 +3,8 @@
 #include "app/globals.h"
 #include "boardlink/tusbdevcommand.h"
 
+#include <QMetaObject>
+
 void Global::connectUSBSlots(QObject *view)
 {
     QObject *board = gUsbDevCommand;
@@ -13,4 +15,7 @@ void Global::connectUSBSlots(QObject *view)
     QObject::connect(board, SIGNAL(SendCurrentPos(int)), view, SLOT(USBSendCurrentPos(int)));
     QObject::connect(board, SIGNAL(NewDeviceAttached(QString)), view, SLOT(USBNewDeviceAttached(QString)));
     QObject::connect(board, SIGNAL(CpuRecognized()), view, SLOT(CpuRecognized()));
+    // Only the views that show the board-access hint take this one.
+    if (view->metaObject()->indexOfSlot("USBAccessProblem(QString,int)") >= 0)
+        QObject::connect(board, SIGNAL(AccessProblemChanged(QString, int)), view, SLOT(USBAccessProblem(QString, int)));
 }

@@ -1,5 +1,6 @@
 #include "boardlink/tusbdevice.h"
 
+#include "app/programpaths.h"
 #include "boardlink/usbtransport.h"
 
 #include <QTimerEvent>
@@ -84,6 +85,18 @@ void TUsbDevice::dropConnection()
     Q_EMIT Connected(false);
 }
 
+void TUsbDevice::setAccessProblem(const BoardAccessProblem &problem)
+{
+    if (problem == accessProblem)
+        return;
+    accessProblem = problem;
+    // Not through ReportLogWithCheck: a board that left download mode quietly and came
+    // back unusable is news.
+    if (!problem.isNull())
+        Q_EMIT ReportLog(1, BoardAccess::hintText(problem, ProgramPaths::udevRuleFile()));
+    Q_EMIT AccessProblemChanged(problem.node, problem.error);
+}
+
 void TUsbDevice::timerEvent(QTimerEvent *event)
 {
     if (event->timerId() != timerId) {
@@ -98,7 +111,11 @@ void TUsbDevice::pollBoard()
     if (!link)
         return;
     if (!link->isOpen()) {
-        if (!link->open())
+        // The search itself stays silent; a board that is there but cannot be used is
+        // worth one word per plug, since nothing else would ever tell the user why.
+        const bool opened = link->open();
+        setAccessProblem(link->accessProblem());
+        if (!opened)
             return;
         quiet = false;
         // The boot loader wants three of these before it takes commands; what it says

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "boardlink/boardaccess.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QString>
@@ -39,9 +41,15 @@ public:
     // One tick of the search/keep-alive poll; the one-second timer calls it.
     void pollBoard();
 
+    // What keeps a plugged-in board from being used right now; null when nothing does.
+    BoardAccessProblem boardAccessProblem() const { return accessProblem; }
+
 Q_SIGNALS:
     void Connected(bool);
     void ReportLog(int, QString);
+    // The board's node (error EACCES, EPERM or EBUSY) that cannot be used, once per
+    // plug; an empty node and 0 once the board can be used or has gone.
+    void AccessProblemChanged(QString node, int error);
 
 protected:
     void timerEvent(QTimerEvent *event) override;
@@ -51,6 +59,8 @@ protected:
 
 private:
     void dropConnection();
+    void setAccessProblem(const BoardAccessProblem &problem);
 
+    BoardAccessProblem accessProblem;
     std::shared_ptr<UsbTransport> link;
 };

@@ -48,7 +48,7 @@ void systemSleep(unsigned seconds)
 }
 
 const UsbSystemCalls kSystemCalls = {"/dev/bus/usb", systemOpen, systemRead, systemClose,
-                                     systemIoctl, systemSleep};
+                                     systemIoctl, systemSleep, "/sys/dev/char"};
 
 UsbSystemCalls &calls()
 {
@@ -112,40 +112,28 @@ bool takeDescriptor(const unsigned char *data, size_t total, size_t pos, uint8_t
     return true;
 }
 
-// Looks at one device node; returns the claimed handle when an interface is accepted.
-usb_handle *examineDevice(const char *devname, ifc_match_func callback)
+struct AcceptedInterface {
+    unsigned int number;
+    unsigned char in;
+    unsigned char out;
+};
+
+// Walks the device's descriptors as the node gave them, fills `info` and offers each
+// interface to `callback`; true with the first one it accepts. `fd` is only used for the
+// serial number and may be -1 when the descriptors came from elsewhere.
+bool acceptInterface(const unsigned char *desc, size_t total, int fd, usb_ifc_info &info,
+                     ifc_match_func callback, AcceptedInterface &accepted)
 {
-    usb_ifc_info info;
-    memset(&info, 0, sizeof info);
-
-    int fd = calls().open(devname, O_RDWR);
-    if (fd < 0) {
-        fd = calls().open(devname, O_RDONLY);
-        if (fd < 0)
-            return nullptr;
-        info.node_writable = 0;
-    } else {
-        info.node_writable = 1;
-    }
-
-    unsigned char desc[kDescriptorCapacity];
-    const ssize_t got = calls().read(fd, desc, sizeof desc);
-    const size_t total = got <= 0 ? 0 : size_t(got) > sizeof desc ? sizeof desc : size_t(got);
-
     // The node holds the device descriptor and then the active configuration. A device
     // whose first two descriptors do not hold together is not ours to guess about.
     usb_device_descriptor device;
     usb_config_descriptor config;
     size_t pos = 0;
-    if (!takeDescriptor(desc, total, pos, USB_DT_DEVICE, USB_DT_DEVICE_SIZE, &device)) {
-        calls().close(fd);
-        return nullptr;
-    }
+    if (!takeDescriptor(desc, total, pos, USB_DT_DEVICE, USB_DT_DEVICE_SIZE, &device))
+        return false;
     pos += device.bLength;
-    if (!takeDescriptor(desc, total, pos, USB_DT_CONFIG, USB_DT_CONFIG_SIZE, &config)) {
-        calls().close(fd);
-        return nullptr;
-    }
+    if (!takeDescriptor(desc, total, pos, USB_DT_CONFIG, USB_DT_CONFIG_SIZE, &config))
+        return false;
     pos += config.bLength;
 
     info.vendor_id = le16toh(device.idVendor);
@@ -153,7 +141,7 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
     info.device_class = device.bDeviceClass;
     info.device_subclass = device.bDeviceSubClass;
     info.device_protocol = device.bDeviceProtocol;
-    if (device.iSerialNumber != 0)
+    if (device.iSerialNumber != 0 && fd >= 0)
         readSerial(fd, device.iSerialNumber, info.serial, sizeof info.serial);
 
     for (int i = 0; i < config.bNumInterfaces; ++i) {
@@ -185,29 +173,115 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
         info.bulk_in_present = in != 0;
         info.bulk_out_present = out != 0;
 
-        if (callback(&info) != 0)
-            continue;
+        if (callback(&info) == 0) {
+            accepted = {ifc.bInterfaceNumber, in, out};
+            return true;
+        }
+    }
+    return false;
+}
 
-        auto *handle = static_cast<usb_handle *>(calloc(1, sizeof(usb_handle)));
-        if (!handle)
-            break;
-        snprintf(handle->fname, sizeof handle->fname, "%s", devname);
-        handle->desc = fd;
-        handle->ep_in = in;
-        handle->ep_out = out;
+size_t readDescriptors(int fd, unsigned char (&desc)[kDescriptorCapacity])
+{
+    const ssize_t got = calls().read(fd, desc, sizeof desc);
+    return got <= 0 ? 0 : size_t(got) > sizeof desc ? sizeof desc : size_t(got);
+}
 
-        unsigned int interfaceNumber = ifc.bInterfaceNumber;
-        if (calls().ioctl(fd, USBDEVFS_CLAIMINTERFACE, &interfaceNumber) != 0) {
-            // Somebody else holds it (or the node is read-only): try the next device.
-            calls().close(fd);
-            free(handle);
+bool isAccessError(int error)
+{
+    return error == EACCES || error == EPERM || error == EBUSY;
+}
+
+void noteProblem(usb_access_problem *problem, const char *devname, const usb_ifc_info &info, int error)
+{
+    if (!problem || problem->error != 0 || !isAccessError(error))
+        return;
+    snprintf(problem->node, sizeof problem->node, "%s", devname);
+    problem->error = error;
+    problem->vendor_id = info.vendor_id;
+    problem->product_id = info.product_id;
+}
+
+// A node we may not even read: the kernel shows the same descriptors in sysfs, under the
+// node's character device number (major 189, minor (bus - 1) * 128 + device - 1).
+void diagnoseUnopenableNode(const char *devname, int bus, int device, int openError, ifc_match_func callback,
+                            usb_access_problem *problem)
+{
+    const char *sysfs = calls().sysfs_char_root;
+    if (!problem || !sysfs || bus < 1 || device < 1 || (openError != EACCES && openError != EPERM))
+        return;
+    char path[128];
+    snprintf(path, sizeof path, "%s/189:%d/descriptors", sysfs, (bus - 1) * 128 + (device - 1));
+    const int fd = calls().open(path, O_RDONLY);
+    if (fd < 0)
+        return;
+    unsigned char desc[kDescriptorCapacity];
+    const size_t total = readDescriptors(fd, desc);
+    calls().close(fd);
+
+    usb_ifc_info info;
+    memset(&info, 0, sizeof info);
+    AcceptedInterface accepted;
+    if (acceptInterface(desc, total, -1, info, callback, accepted))
+        noteProblem(problem, devname, info, openError);
+}
+
+// Looks at one device node; returns the claimed handle when an interface is accepted.
+usb_handle *examineDevice(const char *devname, int bus, int device, ifc_match_func callback,
+                          usb_access_problem *problem)
+{
+    usb_ifc_info info;
+    memset(&info, 0, sizeof info);
+
+    int writeError = 0;
+    int fd = calls().open(devname, O_RDWR);
+    if (fd < 0) {
+        writeError = errno;
+        fd = calls().open(devname, O_RDONLY);
+        if (fd < 0) {
+            diagnoseUnopenableNode(devname, bus, device, errno, callback, problem);
             return nullptr;
         }
-        return handle;
+        info.node_writable = 0;
+    } else {
+        info.node_writable = 1;
     }
 
-    calls().close(fd);
-    return nullptr;
+    unsigned char desc[kDescriptorCapacity];
+    const size_t total = readDescriptors(fd, desc);
+    AcceptedInterface accepted;
+    if (!acceptInterface(desc, total, fd, info, callback, accepted)) {
+        calls().close(fd);
+        return nullptr;
+    }
+
+    auto *handle = static_cast<usb_handle *>(calloc(1, sizeof(usb_handle)));
+    if (!handle) {
+        calls().close(fd);
+        return nullptr;
+    }
+    snprintf(handle->fname, sizeof handle->fname, "%s", devname);
+    handle->desc = fd;
+    handle->ep_in = accepted.in;
+    handle->ep_out = accepted.out;
+
+    unsigned int interfaceNumber = accepted.number;
+    if (calls().ioctl(fd, USBDEVFS_CLAIMINTERFACE, &interfaceNumber) != 0) {
+        // Somebody else holds it (or the node is read-only): try the next device. On a
+        // read-only node the refused write access is the cause worth telling.
+        noteProblem(problem, devname, info, info.node_writable ? errno : writeError);
+        calls().close(fd);
+        free(handle);
+        return nullptr;
+    }
+    return handle;
+}
+
+// The number of a bus or device folder (digits only); 0 for one no kernel would make.
+int nodeNumber(const char *name)
+{
+    const long value = strtol(name, nullptr, 10);
+    return value > 0 && value <= 1000 ? int(value) : 0;
 }
 
 // "%s/%s" into a 64-character path; false when it does not fit.
@@ -223,7 +297,7 @@ bool joinPath(char (&out)[64], const char *dir, const char *name)
     return true;
 }
 
-usb_handle *find_usb_device(const char *base, ifc_match_func callback)
+usb_handle *find_usb_device(const char *base, ifc_match_func callback, usb_access_problem *problem)
 {
     DIR *busdir = opendir(base);
     if (!busdir)
@@ -253,7 +327,7 @@ usb_handle *find_usb_device(const char *base, ifc_match_func callback)
             char devname[64];
             if (!joinPath(devname, buspath, dev->d_name))
                 continue;
-            found = examineDevice(devname, callback);
+            found = examineDevice(devname, nodeNumber(bus->d_name), nodeNumber(dev->d_name), callback, problem);
         }
         closedir(devdir);
     }
@@ -327,7 +401,14 @@ int match_android_fastboot_driver(usb_ifc_info *info)
 
 usb_handle *usb_open(ifc_match_func callback)
 {
-    return find_usb_device(calls().root, callback);
+    return find_usb_device(calls().root, callback, nullptr);
+}
+
+usb_handle *usb_open_diagnosed(ifc_match_func callback, usb_access_problem *problem)
+{
+    if (problem)
+        memset(problem, 0, sizeof *problem);
+    return find_usb_device(calls().root, callback, problem);
 }
 
 int usb_write(usb_handle *h, const void *data, int len)

@@ -36,7 +36,22 @@ struct usb_handle {
 // Returns 0 to accept an interface, -1 to reject it.
 typedef int (*ifc_match_func)(usb_ifc_info *ifc);
 
+// Why a download interface that was found could not be used: the first such device of
+// a search. `error` is EACCES or EPERM when its node cannot be opened read-write (no
+// udev rule gives this user access), EBUSY when another program has claimed the
+// interface, and 0 when nothing stood in the way.
+struct usb_access_problem {
+    char node[64];
+    int error;
+    uint16_t vendor_id;
+    uint16_t product_id;
+};
+
 usb_handle *usb_open(ifc_match_func callback);
+// usb_open that also says, in `problem` (zeroed first), why an accepted interface could
+// not be claimed. A node that cannot be opened at all is recognised from the descriptors
+// sysfs shows to everybody.
+usb_handle *usb_open_diagnosed(ifc_match_func callback, usb_access_problem *problem);
 int usb_close(usb_handle *h);
 int usb_write(usb_handle *h, const void *data, int len);
 int usb_read(usb_handle *h, void *data, int len);
@@ -55,6 +70,9 @@ struct UsbSystemCalls {
     int (*close)(int fd);
     int (*ioctl)(int fd, unsigned long request, void *arg);
     void (*sleep_seconds)(unsigned seconds);                     // between read attempts
+    // "/sys/dev/char": there "189:<minor>/descriptors" holds, readable by anyone, what a
+    // node of /dev/bus/usb would give. Null: nodes that cannot be opened are not looked at.
+    const char *sysfs_char_root;
 };
 
 const UsbSystemCalls &usb_system_calls();

@@ -12,7 +12,9 @@ UsbDevfsTransport::~UsbDevfsTransport()
 bool UsbDevfsTransport::open()
 {
     close();
-    handle = usb_open(match_android_fastboot_driver);
+    usb_access_problem found;
+    handle = usb_open_diagnosed(match_android_fastboot_driver, &found);
+    problem = handle ? BoardAccessProblem() : BoardAccess::fromSearch(found);
     return handle != nullptr;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "boardlink/boardaccess.h"
+
 #include <QtGlobal>
 
 // How TUsbDevice reaches a board: one claimed download interface with a bulk OUT and a
@@ -18,6 +20,8 @@ public:
     // Bytes read (a short packet ends the read), or -1 on a failed transfer.
     virtual int read(char *buffer, int len) = 0;
     virtual void close() = 0;
+    // Why the last open() found a board but could not claim it; null when it did not.
+    virtual BoardAccessProblem accessProblem() const { return {}; }
 };
 
 // The transport over the usbdevfs functions.
@@ -34,7 +38,9 @@ public:
     int write(const char *data, int len) override;
     int read(char *buffer, int len) override;
     void close() override;
+    BoardAccessProblem accessProblem() const override { return problem; }
 
 private:
     struct usb_handle *handle = nullptr;
+    BoardAccessProblem problem;
 };

@@ -1,6 +1,7 @@
 #include "flashing/tconfigview.h"
 
 #include "app/globals.h"
+#include "app/programpaths.h"
 #include "app/userdialogs.h"
 #include "boardlink/tusbdevcommand.h"
 #include "flashing/cmdlineoptions.h"
@@ -26,9 +27,12 @@
 
 namespace {
 
+// Beside the program in the build tree, under share/ostrakit/ once installed.
 QString programFolder()
 {
-    return QCoreApplication::applicationDirPath();
+    QString folder = ProgramPaths::dataFolder();
+    folder.chop(1);
+    return folder;
 }
 
 QString filesTitleText(ConfigPage::Kind kind)

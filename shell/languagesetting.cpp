@@ -1,18 +1,19 @@
 #include "shell/languagesetting.h"
 
-#include "app/startup.h"
+#include "app/programpaths.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 
 QString programSettingsFile()
 {
-    return Startup::programFolder(QCoreApplication::applicationDirPath()) + QStringLiteral("settings.ini");
+    return ProgramPaths::settingsFile();
 }
 
 void setLanguageSetting(const QString &language, const QString &settingsFile)
 {
     QSettings settings(settingsFile, QSettings::IniFormat);
-    settings.beginGroup(QStringLiteral("General"));
+    // Top-level keys are the ones Qt writes under "[General]". The "[%General]" copy an
+    // earlier release wrote goes, or a reader of the file would see two languages.
     settings.setValue(QStringLiteral("language"), language);
+    settings.remove(QStringLiteral("General/language"));
 }

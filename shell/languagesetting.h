@@ -2,9 +2,10 @@
 
 #include <QString>
 
-// "settings.ini" in the program's own folder, the file start-up reads the language from.
+// The "settings.ini" the language choice is written to: the program's own folder when it
+// may be written, the user's configuration folder otherwise.
 QString programSettingsFile();
 
-// Stores the interface language ("en" or "cn") for the next start, in the "General"
-// group of `settingsFile`. A file that cannot be written loses the value silently.
+// Stores the interface language ("en" or "cn") for the next start, in the "[General]"
+// section of `settingsFile`. A file that cannot be written loses the value silently.
 void setLanguageSetting(const QString &language, const QString &settingsFile = programSettingsFile());

@@ -2,11 +2,14 @@
 
 #include "app/globals.h"
 #include "boardlink/boardtext.h"
+#include "app/programpaths.h"
+#include "boardlink/boardaccess.h"
 #include "shell/resourceonlybrowser.h"
 #include "shell/resourcetext.h"
 
 #include <QFont>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QUrl>
 
 THomeView::THomeView(QWidget *parent)
@@ -65,6 +68,25 @@ void THomeView::USBConnected(bool connected)
 void THomeView::USBNewDeviceAttached(QString HwInfo)
 {
     updateWebView(true, HwInfo);
+}
+
+void THomeView::USBAccessProblem(QString node, int error)
+{
+    if (error == 0) {
+        // A board that became usable brings its information page right after this.
+        updateWebView(false, QString());
+        return;
+    }
+    BoardAccessProblem problem;
+    problem.node = node;
+    problem.error = error;
+    // A command quoted in the hint gets a line of its own (the stop after it goes), to be
+    // read and copied whole.
+    QString hint = BoardAccess::hintText(problem, ProgramPaths::udevRuleFile()).toHtmlEscaped();
+    hint.replace(QRegularExpression(QStringLiteral("&quot;(.+?)&quot;[.,，。]?\\s*")), QStringLiteral("<br><code>\\1</code><br>"));
+    hint.replace(QStringLiteral("&amp;&amp; "), QStringLiteral("&amp;&amp;<br>"));
+    webView->setHtml(QStringLiteral("<html><body><h3 style=\"color:#b00000\">%1</h3><p>%2</p></body></html>")
+                         .arg(BoardAccess::statusText(problem).toHtmlEscaped(), hint));
 }
 
 void THomeView::USBReportLog(int, QString) {}

@@ -29,6 +29,9 @@ public Q_SLOTS:
     void USBSendCurrentPos(int pos);
     void USBNewDeviceAttached(QString HwInfo);
     void CpuRecognized();
+    // A board is there but cannot be used (error EACCES, EPERM or EBUSY): say why and
+    // what to do instead of the connection help; error 0 brings the help back.
+    void USBAccessProblem(QString node, int error);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -2,6 +2,7 @@
 #include "ui_tmainwidget.h"
 
 #include "app/globals.h"
+#include "boardlink/boardaccess.h"
 #include "boardlink/global.h"
 #include "boardlink/tusbdevcommand.h"
 #include "serial/serialportdialog.h"
@@ -153,6 +154,19 @@ void TMainWidget::USBNewDeviceAttached(QString HwInfo)
 {
     hardwareInfo = HwInfo;
     updateStatusBar(boardPresent());
+}
+
+void TMainWidget::USBAccessProblem(QString node, int error)
+{
+    if (error == 0) {
+        updateStatusBar(boardPresent());
+        return;
+    }
+    BoardAccessProblem problem;
+    problem.node = node;
+    problem.error = error;
+    statusIconLabel->setPixmap(disconnectedIcon);
+    setStatusBarText(BoardAccess::statusText(problem));
 }
 
 void TMainWidget::USBSendFinished(bool) {}

@@ -39,6 +39,7 @@ public Q_SLOTS:
     void USBSendCurrentPos(int Pos);
     void USBNewDeviceAttached(QString HwInfo);
     void CpuRecognized();
+    void USBAccessProblem(QString node, int error);
     void switchTag(const QString &name);
     void openSerialPortAss();
 

@@ -52,14 +52,14 @@ void TestTLanguageSettingView::writesOnlyTheLanguage()
     const QString path = folder->filePath(QStringLiteral("settings.ini"));
     {
         QSettings settings(path, QSettings::IniFormat);
-        settings.setValue(QStringLiteral("General/fontSize_cn"), 14);
-        settings.setValue(QStringLiteral("General/language"), QStringLiteral("en"));
+        settings.setValue(QStringLiteral("fontSize_cn"), 14);
+        settings.setValue(QStringLiteral("language"), QStringLiteral("en"));
     }
     setLanguageSetting(QStringLiteral("cn"), path);
 
     QSettings settings(path, QSettings::IniFormat);
-    QCOMPARE(settings.value(QStringLiteral("General/language")).toString(), QStringLiteral("cn"));
-    QCOMPARE(settings.value(QStringLiteral("General/fontSize_cn")).toInt(), 14);
+    QCOMPARE(settings.value(QStringLiteral("language")).toString(), QStringLiteral("cn"));
+    QCOMPARE(settings.value(QStringLiteral("fontSize_cn")).toInt(), 14);
 }
 
 void TestTLanguageSettingView::buttons_data()
@@ -99,7 +99,7 @@ void TestTLanguageSettingView::buttons()
     for (int press = 1; press <= 2; ++press) {
         QTest::mouseClick(pressed, Qt::LeftButton);
         QCOMPARE(gLanguage, language);
-        QCOMPARE(QSettings(path, QSettings::IniFormat).value(QStringLiteral("General/language")).toString(), stored);
+        QCOMPARE(QSettings(path, QSettings::IniFormat).value(QStringLiteral("language")).toString(), stored);
         QCOMPARE(boxes.size(), press);
         QCOMPARE(boxes.last().title, QStringLiteral("Message"));
         QCOMPARE(boxes.last().text, message);

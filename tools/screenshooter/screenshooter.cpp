@@ -14,6 +14,7 @@
 #include "app/globals.h"
 #include "app/startup.h"
 #include "boardlink/tusbdevcommand.h"
+#include "boardlink/usbtransport.h"
 #include "boardlink/virtualboard.h"
 #include "flashing/tconfigview.h"
 #include "serial/serialportdialog.h"
@@ -48,6 +49,7 @@
 #include <QTextEdit>
 #include <QTimer>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -250,6 +252,25 @@ void shootSerialAssistant(const Shooter &shooter, TMainWidget &window)
     dialog->hide();
 }
 
+// A board in download mode whose node the user may not open yet, as the USB search
+// reports it on a desktop without the udev rule.
+class NoAccessTransport : public UsbTransport
+{
+public:
+    bool open() override { return false; }
+    bool isOpen() const override { return false; }
+    int write(const char *, int) override { return -1; }
+    int read(char *, int) override { return -1; }
+    void close() override {}
+    BoardAccessProblem accessProblem() const override
+    {
+        BoardAccessProblem problem;
+        problem.node = QStringLiteral("/dev/bus/usb/001/007");
+        problem.error = EACCES;
+        return problem;
+    }
+};
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -283,7 +304,6 @@ int main(int argc, char *argv[])
     const QString folder = Startup::programFolder(QCoreApplication::applicationDirPath());
     {
         QSettings settings(scratch.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
-        settings.beginGroup(QStringLiteral("General"));
         settings.setValue(QStringLiteral("language"), language);
         Startup::applyLanguage(app, folder, settings);
     }
@@ -302,6 +322,12 @@ int main(int argc, char *argv[])
     auto *tab = window.findChild<BurnSystemWidget *>();
     settle();
     shooter.save(&window, QStringLiteral("home-disconnected"));
+
+    gUsbDevCommand->setTransport(std::make_shared<NoAccessTransport>());
+    gUsbDevCommand->pollBoard();
+    settle();
+    shooter.save(&window, QStringLiteral("home-access-hint"));
+    gUsbDevCommand->setTransport(board);
 
     board->plugIn();
     gUsbDevCommand->pollBoard();
