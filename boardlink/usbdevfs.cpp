@@ -110,15 +110,26 @@ bool takeDescriptor(const unsigned char *data, size_t total, size_t pos, uint8_t
     return true;
 }
 
+// What to do with an accepted interface: claim it and stop (the search), or tell the
+// lister about it and go on.
+struct Acceptance {
+    usb_found_func found = nullptr;
+    void *context = nullptr;
+    int error = ENOENT; // why the device yielded no handle
+};
+
 // Looks at one device node; returns the claimed handle when an interface is accepted.
-usb_handle *examineDevice(const char *devname, ifc_match_func callback)
+usb_handle *examineDevice(const char *devname, ifc_match_func callback, Acceptance *accept = nullptr)
 {
     usb_ifc_info info;
     memset(&info, 0, sizeof info);
 
     int fd = calls().open(devname, O_RDWR);
     if (fd < 0) {
+        const int rwError = errno;
         fd = calls().open(devname, O_RDONLY);
+        if (accept)
+            accept->error = fd < 0 ? errno : rwError;
         if (fd < 0)
             return nullptr;
         info.node_writable = 0;
@@ -185,6 +196,12 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
 
         if (callback(&info) != 0)
             continue;
+        if (accept && accept->found) {
+            accept->found(devname, &info, accept->context);
+            continue;
+        }
+        if (accept && !info.node_writable)
+            break;
 
         auto *handle = static_cast<usb_handle *>(calloc(1, sizeof(usb_handle)));
         if (!handle)
@@ -197,6 +214,8 @@ usb_handle *examineDevice(const char *devname, ifc_match_func callback)
         unsigned int interfaceNumber = ifc.bInterfaceNumber;
         if (calls().ioctl(fd, USBDEVFS_CLAIMINTERFACE, &interfaceNumber) != 0) {
             // Somebody else holds it (or the node is read-only): try the next device.
+            if (accept)
+                accept->error = errno;
             calls().close(fd);
             free(handle);
             return nullptr;
@@ -221,7 +240,7 @@ bool joinPath(char (&out)[64], const char *dir, const char *name)
     return true;
 }
 
-usb_handle *find_usb_device(const char *base, ifc_match_func callback)
+usb_handle *find_usb_device(const char *base, ifc_match_func callback, Acceptance *accept = nullptr)
 {
     DIR *busdir = opendir(base);
     if (!busdir)
@@ -251,7 +270,7 @@ usb_handle *find_usb_device(const char *base, ifc_match_func callback)
             char devname[64];
             if (!joinPath(devname, buspath, dev->d_name))
                 continue;
-            found = examineDevice(devname, callback);
+            found = examineDevice(devname, callback, accept);
         }
         closedir(devdir);
     }
@@ -259,13 +278,15 @@ usb_handle *find_usb_device(const char *base, ifc_match_func callback)
     return found;
 }
 
-int bulk(int fd, unsigned char endpoint, void *data, int len)
+int bulk(int fd, unsigned char endpoint, void *data, int len, unsigned timeoutMs)
 {
     usbdevfs_bulktransfer transfer;
     memset(&transfer, 0, sizeof transfer);
     transfer.ep = endpoint;
     transfer.len = unsigned(len);
-    transfer.timeout = 0; // no time-out: the boot loader answers every command
+    // 0 is no time-out: the boot loader answers every command, a low format only when
+    // it is done. Only the command-line flasher gives up on a board that has stalled.
+    transfer.timeout = timeoutMs;
     transfer.data = data;
     return calls().ioctl(fd, USBDEVFS_BULK, &transfer);
 }
@@ -312,7 +333,7 @@ int usb_write(usb_handle *h, const void *data, int len)
         return -1;
 
     if (len == 0) {
-        const int n = bulk(h->desc, h->ep_out, const_cast<void *>(data), 0);
+        const int n = bulk(h->desc, h->ep_out, const_cast<void *>(data), 0, h->timeout_ms);
         if (n != 0) {
             fprintf(stderr, "ERROR: n = %d, errno = %d (%s)\n", n, errno, strerror(errno));
             return -1;
@@ -324,7 +345,7 @@ int usb_write(usb_handle *h, const void *data, int len)
     int count = 0;
     while (len > 0) {
         const int piece = len > kMaxTransfer ? kMaxTransfer : len;
-        const int n = bulk(h->desc, h->ep_out, const_cast<unsigned char *>(bytes), piece);
+        const int n = bulk(h->desc, h->ep_out, const_cast<unsigned char *>(bytes), piece, h->timeout_ms);
         if (n != piece)
             return -1;
         count += n;
@@ -344,9 +365,13 @@ int usb_read(usb_handle *h, void *data, int len)
         const int piece = len > kMaxTransfer ? kMaxTransfer : len;
         int n = -1;
         for (int attempt = 1; attempt <= kReadAttempts; ++attempt) {
-            n = bulk(h->desc, h->ep_in, bytes, piece);
+            n = bulk(h->desc, h->ep_in, bytes, piece, h->timeout_ms);
             if (n >= 0)
                 break;
+            // A board that let its time-out pass has stalled; asking again would only
+            // multiply the wait.
+            if (h->timeout_ms != 0 && errno == ETIMEDOUT)
+                return -1;
             if (attempt == kReadAttempts)
                 return -1;
             calls().sleep_seconds(1);
@@ -358,6 +383,23 @@ int usb_read(usb_handle *h, void *data, int len)
             break;
     }
     return count;
+}
+
+void usb_list(ifc_match_func callback, usb_found_func found, void *context)
+{
+    Acceptance accept;
+    accept.found = found;
+    accept.context = context;
+    find_usb_device(calls().root, callback, &accept);
+}
+
+usb_handle *usb_open_node(const char *node, ifc_match_func callback, int *error)
+{
+    Acceptance accept;
+    usb_handle *handle = examineDevice(node, callback, &accept);
+    if (!handle && error)
+        *error = accept.error;
+    return handle;
 }
 
 int usb_close(usb_handle *h)

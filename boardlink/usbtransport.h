@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 // How TUsbDevice reaches a board: one claimed download interface with a bulk OUT and a
@@ -18,6 +19,14 @@ public:
     // Bytes read (a short packet ends the read), or -1 on a failed transfer.
     virtual int read(char *buffer, int len) = 0;
     virtual void close() = 0;
+
+    // Give up on a transfer the board leaves unanswered this long (0: wait for ever, as
+    // the window does); such a failure then reports stalled() until the next open().
+    virtual void setStallTimeout(int ms) { Q_UNUSED(ms); }
+    virtual bool stalled() const { return false; }
+    // The errno of the last open() that found the board but could not use it (EACCES,
+    // EBUSY, ...); 0 when it opened or found nothing.
+    virtual int openError() const { return 0; }
 };
 
 // The transport over the usbdevfs functions.
@@ -25,6 +34,9 @@ class UsbDevfsTransport : public UsbTransport
 {
 public:
     UsbDevfsTransport() = default;
+    // Opens only the board at this node ("/dev/bus/usb/001/007") instead of the first
+    // one found.
+    explicit UsbDevfsTransport(const QByteArray &node) : node(node) {}
     ~UsbDevfsTransport() override;
     UsbDevfsTransport(const UsbDevfsTransport &) = delete;
     UsbDevfsTransport &operator=(const UsbDevfsTransport &) = delete;
@@ -34,7 +46,16 @@ public:
     int write(const char *data, int len) override;
     int read(char *buffer, int len) override;
     void close() override;
+    void setStallTimeout(int ms) override;
+    bool stalled() const override { return timedOut; }
+    int openError() const override { return lastOpenError; }
 
 private:
+    int noteFailure(int result);
+
+    QByteArray node;
     struct usb_handle *handle = nullptr;
+    unsigned timeoutMs = 0;
+    bool timedOut = false;
+    int lastOpenError = 0;
 };
