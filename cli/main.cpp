@@ -1,0 +1,30 @@
+#include "cli/flashcli.h"
+#include "cli/flashcommandline.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <unistd.h>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    const FlashCommandLine options = parseFlashCommandLine(QCoreApplication::arguments(),
+                                                           QCoreApplication::applicationDirPath());
+    switch (options.command) {
+    case FlashCommandLine::Usage:
+        std::fputs(qPrintable(options.message), stderr);
+        return FlashExit::BadInput;
+    case FlashCommandLine::Help:
+    case FlashCommandLine::Version:
+        std::fputs(qPrintable(options.message), stdout);
+        return FlashExit::Done;
+    default:
+        break;
+    }
+    const FlashCli::Output output = options.json              ? FlashCli::Output::Json
+                                    : isatty(STDOUT_FILENO) ? FlashCli::Output::Terminal
+                                                            : FlashCli::Output::Plain;
+    FlashCli cli(options, output, stdout, stderr);
+    return cli.exec();
+}
