@@ -93,17 +93,6 @@ int FlashCli::exec()
             std::fprintf(err, "ostrakit-flash: %s\n", qPrintable(plan.error));
             return FlashExit::BadInput;
         }
-        if (!options.reportFile.isEmpty()) {
-            for (int i = 0; i < plan.size(); ++i) {
-                const QFileInfo file(plan.values.at(i));
-                if (plan.keys.at(i) == ConfigPage::kCommandLineLabel || !file.isFile())
-                    continue;
-                imageRecords.append(QJsonObject{{QStringLiteral("item"), plan.keys.at(i)},
-                                                {QStringLiteral("path"), file.absoluteFilePath()},
-                                                {QStringLiteral("size"), file.size()},
-                                                {QStringLiteral("sha256"), sha256Of(file.filePath())}});
-            }
-        }
     }
 
     if (!findBoards()) {
@@ -232,7 +221,6 @@ void FlashCli::runSessions()
         connect(session, &BoardSession::logLine, this, &FlashCli::logLine);
         connect(session, &BoardSession::stepFinished, this, &FlashCli::stepFinished);
         connect(session, &BoardSession::finished, this, &FlashCli::sessionFinished);
-        connect(session, &BoardSession::finished, thread, &QThread::quit);
         threads << thread;
         ++running;
     }
@@ -245,8 +233,10 @@ void FlashCli::runSessions()
     events.exec();
     loop = nullptr;
     redrawTimer.stop();
-    for (QThread *thread : threads)
+    for (QThread *thread : threads) {
+        thread->quit();
         thread->wait();
+    }
 }
 
 int FlashCli::finish()
@@ -371,7 +361,9 @@ void FlashCli::logLine(int index, int level, const QString &text)
     if (output == Output::Json)
         event({{QStringLiteral("event"), QStringLiteral("log")}, {QStringLiteral("board"), board.node},
                {QStringLiteral("level"), level}, {QStringLiteral("text"), text}});
-    else
+    // On a terminal the live lines show the progress; what stays above them is what
+    // went wrong. A log or a report keeps every line.
+    else if (output == Output::Plain || level == 1)
         line(QStringLiteral("%1: %2%3").arg(board.node, level == 1 ? QStringLiteral("error: ") : QString(), text));
 }
 
@@ -532,6 +524,25 @@ void FlashCli::writeReport(int exitCode)
             {QStringLiteral("reason"), board.reason},
             {QStringLiteral("seconds"), board.ms / 1000.0},
             {QStringLiteral("steps"), board.stepRecords}});
+    }
+    // The images the boards were sent: a board's own plan may differ from the next one's
+    // (the user data follows the eMMC size), so they are taken from the steps.
+    QJsonArray imageRecords;
+    QStringList seen;
+    for (const Board &board : boards) {
+        for (const QJsonValue &step : board.stepRecords) {
+            const QString item = step.toObject().value(QStringLiteral("item")).toString();
+            const QFileInfo file(step.toObject().value(QStringLiteral("value")).toString());
+            if (item == ConfigPage::kCommandLineLabel || item == FlashPlan::kLowFormatKey
+                || item == FlashPlan::kLcdTypeKey || item == FlashPlan::kRamAddressKey || !file.isFile()
+                || seen.contains(file.absoluteFilePath()))
+                continue;
+            seen << file.absoluteFilePath();
+            imageRecords.append(QJsonObject{{QStringLiteral("item"), item},
+                                            {QStringLiteral("path"), file.absoluteFilePath()},
+                                            {QStringLiteral("size"), file.size()},
+                                            {QStringLiteral("sha256"), sha256Of(file.filePath())}});
+        }
     }
     static const char *const commands[] = {"", "", "", "list", "flash", "userbin", "boot"};
     const QJsonObject record{{QStringLiteral("start"), started.toString(Qt::ISODateWithMs)},

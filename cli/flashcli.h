@@ -94,6 +94,5 @@ private:
     int liveLines = 0; // live lines on screen now
     QTimer redrawTimer;
     bool dirty = false;
-    QJsonArray imageRecords;
     QDateTime started;
 };
