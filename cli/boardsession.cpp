@@ -28,7 +28,6 @@ void BoardSession::begin()
         Q_EMIT logLine(index, level, text);
     });
     connect(board, &TUsbDevCommand::SendMaxSize, this, [this](int size) {
-        bytesDone += transferPosition;
         transferSize = size;
         transferPosition = 0;
         progressClock.start();
@@ -93,6 +92,9 @@ void BoardSession::boardDescribed(const QString &hwInfo)
 
 void BoardSession::positionChanged(int position)
 {
+    // A transfer starts at 0 (before its size is announced): the one before is over.
+    if (position == 0)
+        bytesDone += transferPosition;
     transferPosition = position;
     // A packet is a few hundred bytes on most boards: passing every position on would
     // flood the main thread for nothing a person could read.

@@ -46,6 +46,14 @@ double megabytesPerSecond(qint64 bytes, qint64 ms)
     return ms > 0 ? bytes * 1000.0 / ms / (1024.0 * 1024.0) : 0.0;
 }
 
+// Most runs on the bench take seconds: m:ss alone would call them all 0:00.
+QString durationText(qint64 ms)
+{
+    if (ms < 60000)
+        return QStringLiteral("%1 s").arg(ms / 1000.0, 0, 'f', 1);
+    return TransferRate::formatDuration(int((ms + 500) / 1000));
+}
+
 QString sha256Of(const QString &path)
 {
     QFile file(path);
@@ -433,7 +441,7 @@ QString FlashCli::liveLine(const Board &board) const
     if (board.finished) {
         if (board.result == BoardSession::Done)
             return text + QStringLiteral("done in %1, %2 MB/s")
-                              .arg(TransferRate::formatDuration(int(board.ms / 1000)))
+                              .arg(durationText(board.ms))
                               .arg(megabytesPerSecond(board.bytes, board.ms), 0, 'f', 1);
         return text + resultWord(board.result).toUpper() + QStringLiteral(": ") + board.reason;
     }
@@ -462,7 +470,7 @@ void FlashCli::redraw()
     if (liveLines > 0)
         std::fprintf(out, "\x1b[%dA", liveLines);
     for (const Board &board : boards)
-        std::fprintf(out, "\r\x1b[K%s\n", qPrintable(liveLine(board)));
+        std::fprintf(out, "\r\x1b[K%s\n", qPrintable(liveLine(board).left(qMax(20, terminalWidth - 1))));
     liveLines = int(boards.size());
     std::fflush(out);
 }
@@ -475,7 +483,7 @@ void FlashCli::printSummary()
     std::fprintf(out, "\n%-22s %-10s %8s %8s\n", "BOARD", "RESULT", "TIME", "MB/s");
     for (const Board &board : boards) {
         std::fprintf(out, "%-22s %-10s %8s %8.1f%s%s\n", qPrintable(board.node), qPrintable(resultWord(board.result)),
-                     qPrintable(TransferRate::formatDuration(int((board.ms + 500) / 1000))),
+                     qPrintable(durationText(board.ms)),
                      megabytesPerSecond(board.bytes, board.ms), board.reason.isEmpty() ? "" : "  ",
                      qPrintable(board.reason));
     }

@@ -31,6 +31,9 @@ public:
     FlashCli(const FlashCommandLine &options, Output output, FILE *out, FILE *err);
     ~FlashCli() override;
 
+    // Live lines are cut to this width: a wrapped one would throw the rewriting off.
+    void setTerminalWidth(int columns) { terminalWidth = columns; }
+
     // Runs the command to its end; the exit status.
     int exec();
 
@@ -92,6 +95,7 @@ private:
     int running = 0;
     QEventLoop *loop = nullptr;
     int liveLines = 0; // live lines on screen now
+    int terminalWidth = 80;
     QTimer redrawTimer;
     bool dirty = false;
     QDateTime started;

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 int main(int argc, char *argv[])
@@ -26,5 +27,8 @@ int main(int argc, char *argv[])
                                     : isatty(STDOUT_FILENO) ? FlashCli::Output::Terminal
                                                             : FlashCli::Output::Plain;
     FlashCli cli(options, output, stdout, stderr);
+    winsize size{};
+    if (output == FlashCli::Output::Terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        cli.setTerminalWidth(size.ws_col);
     return cli.exec();
 }
