@@ -3,7 +3,26 @@
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/usbtransport.h"
 
+#include <cerrno>
 #include <cstring>
+
+namespace {
+
+// Why a board that is there cannot be had, in words that say what to do about it.
+QString accessProblem(int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+        return QStringLiteral("no write access: install the udev rule 70-ostrakit-halvorn.rules");
+    case EBUSY:
+        return QStringLiteral("busy: another program holds its interface");
+    default:
+        return QString::fromLocal8Bit(std::strerror(error));
+    }
+}
+
+} // namespace
 
 BoardSession::BoardSession(int index, std::shared_ptr<UsbTransport> transport, const BoardJob &job,
                            int stallTimeoutMs)
@@ -48,7 +67,7 @@ void BoardSession::begin()
     board->pollBoard();
     if (!board->isConnected() && !over) {
         if (const int error = transport->openError())
-            finish(Unusable, QString::fromLocal8Bit(std::strerror(error)));
+            finish(Unusable, accessProblem(error));
         else
             finish(NotFound, QStringLiteral("no board in download mode there"));
     }

@@ -151,9 +151,8 @@ bool FlashCli::findBoards()
                 board.node = node.node;
                 board.transport = std::make_shared<UsbDevfsTransport>(node.node.toLocal8Bit());
                 if (!node.writable)
-                    board.problem = QStringLiteral("no write access to %1: install the udev rule "
-                                                   "70-ostrakit-halvorn.rules or run as a member of its group")
-                                        .arg(node.node);
+                    board.problem = QStringLiteral("no write access: install the udev rule "
+                                                   "70-ostrakit-halvorn.rules (README, Access to the board)");
                 boards << board;
             }
             if (!options.boards.isEmpty() && chosen.size() < options.boards.size()) {

@@ -4,6 +4,7 @@
 // UsbSystemCalls seam; the ioctls are scripted.
 
 #include "boardlink/usbdevfs.h"
+#include "cli/flashcli.h"
 #include "boardlink/usbtransport.h"
 
 #include <QtTest>
@@ -123,6 +124,25 @@ private Q_SLOTS:
             QCOMPARE(transport.openError(), c.error);
         }
         QVERIFY(fake->files.isEmpty());
+    }
+
+    // The flasher told to use those two: neither is touched, each says why, exit 4.
+    void unusableBoardsEndTheRunWithFour()
+    {
+        FlashCommandLine options;
+        options.command = FlashCommandLine::Boot;
+        options.boards = QStringList{QString::fromLatin1(node("002/004")), QString::fromLatin1(node("002/005"))};
+        QTemporaryFile output;
+        QVERIFY(output.open());
+        FILE *out = fdopen(dup(output.handle()), "w");
+        const int exitCode = FlashCli(options, FlashCli::Output::Plain, out, out).exec();
+        std::fclose(out);
+        QCOMPARE(exitCode, 4);
+        output.seek(0); // the descriptor shares its offset with the one written through
+        const QString text = QString::fromUtf8(output.readAll());
+        QVERIFY2(QRegularExpression(QStringLiteral("002/004 +unusable .*no write access: install the udev rule")).match(text).hasMatch(), qPrintable(text));
+        QVERIFY2(QRegularExpression(QStringLiteral("002/005 +unusable .*busy")).match(text).hasMatch(), qPrintable(text));
+        QVERIFY(fake->bulkTimeouts.isEmpty());
     }
 
     // With a stall time-out every transfer carries it, and a read that runs out of it
