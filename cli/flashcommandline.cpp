@@ -9,7 +9,8 @@
 namespace {
 
 const char kHelp[] = R"(Usage: ostrakit-flash COMMAND [OPTIONS]
-Flashes ARM development boards whose Halvorn boot loader is in USB download mode.
+Flashes ARM development boards whose Halvorn boot loader is in USB download
+mode, one or many at once.
 
 Commands:
   list                     every board in download mode: node, processor, RAM,
@@ -25,7 +26,8 @@ Flash options:
   --images DIR             the folder with "Velkaro.ini" (default: the images
                            folder shipped with the program)
   --only ITEM,...          only these items; default: every item "Velkaro.ini"
-                           lists. Items: %1
+                           lists. Items:
+                           %1
   --low-format             low-format the flash first
   --skip-cali              add skipcali=y to the kernel command line
   --hdmi MODE              set the HDMI resolution, one of:
@@ -51,8 +53,9 @@ Output:
 Without hardware:
   --virtual-board CPU[:FAULT@N]
                            an emulated board (repeatable; each is one board).
-                           CPU: %4. FAULT: refuse, vanish
-                           or stall at data packet N, for trying out failures
+                           CPU: %4.
+                           FAULT: refuse, vanish or stall at data packet N,
+                           for trying out failures
   --emmc SIZE              eMMC size the virtual boards report, e.g. 8GB
   --board-trace FILE       write the virtual boards' commands and replies to
                            FILE (FILE.2, FILE.3 ... for further boards)
@@ -74,6 +77,25 @@ QStringList cpuNames()
     return names;
 }
 
+// Words in the help's right-hand column, wrapped to 80 columns.
+QString column(const QStringList &words)
+{
+    QString text;
+    int width = 0;
+    for (const QString &word : words) {
+        if (width > 0 && width + 1 + word.size() > 80 - 27) {
+            text += QStringLiteral("\n") + QString(27, QLatin1Char(' '));
+            width = 0;
+        } else if (width > 0) {
+            text += QLatin1Char(' ');
+            ++width;
+        }
+        text += word;
+        width += int(word.size());
+    }
+    return text;
+}
+
 QString helpText()
 {
     QStringList items;
@@ -84,9 +106,9 @@ QString helpText()
         }
     }
     return QString::fromLatin1(kHelp)
-        .arg(items.join(QLatin1Char(' ')), ConfigPage::hdmiResolutions().join(QLatin1Char(' ')))
+        .arg(column(items), column(ConfigPage::hdmiResolutions()))
         .arg(FlashCommandLine::kDefaultStallTimeoutSeconds)
-        .arg(cpuNames().join(QLatin1Char(' ')));
+        .arg(column(cpuNames()));
 }
 
 std::optional<VirtualBoardSpec> virtualBoardSpec(const QString &text)
