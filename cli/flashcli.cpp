@@ -349,12 +349,9 @@ void FlashCli::progress(int index, qint64 position, qint64 total)
                {QStringLiteral("bytesPerSecond"), board.rate.bytesPerSecond()}});
     } else if (output == Output::Plain) {
         // A log is read later: one progress line a second per board is plenty.
-        const qint64 now = board.transferClock.elapsed();
-        if (position < total && now - board.lastPlainProgressMs < 1000 && position != 0)
+        if (board.plainProgressClock.isValid() && board.plainProgressClock.elapsed() < 1000)
             return;
-        if (position == 0 && total > 0 && board.lastPlainProgressMs > -1000000 && now < 1000)
-            return;
-        board.lastPlainProgressMs = now;
+        board.plainProgressClock.start();
         const QString rate = board.rate.text();
         line(QStringLiteral("%1: step %2/%3 %4%%5").arg(board.node).arg(board.step + 1).arg(board.steps).arg(percent)
                  .arg(rate.isEmpty() ? QString() : QStringLiteral(" ") + rate));

@@ -58,7 +58,7 @@ private:
         qint64 total = 0;
         TransferRate rate;
         QElapsedTimer transferClock;
-        qint64 lastPlainProgressMs = -1000000;
+        QElapsedTimer plainProgressClock; // since the last progress line in a log
         QJsonArray stepRecords;
         QJsonObject currentStep;
         QJsonArray stepLog;
