@@ -247,6 +247,10 @@ FlashCommandLine parseFlashCommandLine(const QStringList &arguments, const QStri
         choice.ramAddress = parser.value(address);
         if (choice.ramAddress.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
             choice.ramAddress.remove(0, 2);
+        // The page leaves the judging to the board; a script is better told before a
+        // board is touched.
+        if (!QRegularExpression(QStringLiteral("^[0-9A-Fa-f]+$")).match(choice.ramAddress).hasMatch())
+            return usage(QStringLiteral("'%1' is not a hexadecimal address such as 30000000").arg(parser.value(address)));
         choice.kind = parser.isSet(install) ? ConfigPage::UserBinInstall : ConfigPage::UserBinRun;
         choice.mode = parser.isSet(install) ? ConfigPage::ActionMode::Install : ConfigPage::ActionMode::Run;
     }

@@ -131,6 +131,9 @@ private Q_SLOTS:
             << "No \"WinCE6 InstallImage: \"\\.";
         QTest::newRow("empty image") << QStringList{"flash", "--system", "wince", "--images", "EMPTYIMAGE"} << 2
                                      << "Cannot open file \".*NK\\.bin\"\\.";
+        QTest::newRow("address not hexadecimal")
+            << QStringList{"userbin", "IMAGES/userbin-demo.bin", "--address", "3000zz", "--virtual-board", "2440"} << 2
+            << "'3000zz' is not a hexadecimal address";
         QTest::newRow("no board") << QStringList{"boot", "--wait", "1"} << 3 << "no board in download mode within 1 s";
         QTest::newRow("user bin run from RAM")
             << QStringList{"userbin", "IMAGES/userbin-demo.bin", "--address", "30000000", "--virtual-board", "2440"}
