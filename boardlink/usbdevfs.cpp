@@ -227,8 +227,10 @@ void diagnoseUnopenableNode(const char *devname, int bus, int device, int openEr
 }
 
 // Looks at one device node; returns the claimed handle when an interface is accepted.
+// `named`: the caller asked for this very node, so a node we may only read is refused
+// with its reason rather than claimed, and one we may not open at all says why directly.
 usb_handle *examineDevice(const char *devname, int bus, int device, ifc_match_func callback,
-                          usb_access_problem *problem)
+                          usb_access_problem *problem, bool named = false)
 {
     usb_ifc_info info;
     memset(&info, 0, sizeof info);
@@ -239,7 +241,10 @@ usb_handle *examineDevice(const char *devname, int bus, int device, ifc_match_fu
         writeError = errno;
         fd = calls().open(devname, O_RDONLY);
         if (fd < 0) {
-            diagnoseUnopenableNode(devname, bus, device, errno, callback, problem);
+            if (named)
+                noteProblem(problem, devname, info, errno);
+            else
+                diagnoseUnopenableNode(devname, bus, device, errno, callback, problem);
             return nullptr;
         }
         info.node_writable = 0;
@@ -251,6 +256,11 @@ usb_handle *examineDevice(const char *devname, int bus, int device, ifc_match_fu
     const size_t total = readDescriptors(fd, desc);
     AcceptedInterface accepted;
     if (!acceptInterface(desc, total, fd, info, callback, accepted)) {
+        calls().close(fd);
+        return nullptr;
+    }
+    if (named && !info.node_writable) {
+        noteProblem(problem, devname, info, writeError);
         calls().close(fd);
         return nullptr;
     }
@@ -297,7 +307,9 @@ bool joinPath(char (&out)[64], const char *dir, const char *name)
     return true;
 }
 
-usb_handle *find_usb_device(const char *base, ifc_match_func callback, usb_access_problem *problem)
+// Walks base/<bus>/<device> until `visit` returns a handle.
+template <typename Visit>
+usb_handle *find_usb_device(const char *base, Visit visit)
 {
     DIR *busdir = opendir(base);
     if (!busdir)
@@ -327,7 +339,7 @@ usb_handle *find_usb_device(const char *base, ifc_match_func callback, usb_acces
             char devname[64];
             if (!joinPath(devname, buspath, dev->d_name))
                 continue;
-            found = examineDevice(devname, nodeNumber(bus->d_name), nodeNumber(dev->d_name), callback, problem);
+            found = visit(devname, nodeNumber(bus->d_name), nodeNumber(dev->d_name));
         }
         closedir(devdir);
     }
@@ -335,13 +347,15 @@ usb_handle *find_usb_device(const char *base, ifc_match_func callback, usb_acces
     return found;
 }
 
-int bulk(int fd, unsigned char endpoint, void *data, int len)
+int bulk(int fd, unsigned char endpoint, void *data, int len, unsigned timeoutMs)
 {
     usbdevfs_bulktransfer transfer;
     memset(&transfer, 0, sizeof transfer);
     transfer.ep = endpoint;
     transfer.len = unsigned(len);
-    transfer.timeout = 0; // no time-out: the boot loader answers every command
+    // 0 is no time-out: the boot loader answers every command, a low format only when
+    // it is done. Only the command-line flasher gives up on a board that has stalled.
+    transfer.timeout = timeoutMs;
     transfer.data = data;
     return calls().ioctl(fd, USBDEVFS_BULK, &transfer);
 }
@@ -401,14 +415,47 @@ int match_android_fastboot_driver(usb_ifc_info *info)
 
 usb_handle *usb_open(ifc_match_func callback)
 {
-    return find_usb_device(calls().root, callback, nullptr);
+    return usb_open_diagnosed(callback, nullptr);
 }
 
 usb_handle *usb_open_diagnosed(ifc_match_func callback, usb_access_problem *problem)
 {
     if (problem)
         memset(problem, 0, sizeof *problem);
-    return find_usb_device(calls().root, callback, problem);
+    return find_usb_device(calls().root, [&](const char *devname, int bus, int device) {
+        return examineDevice(devname, bus, device, callback, problem);
+    });
+}
+
+void usb_list(ifc_match_func callback, usb_found_func found, void *context)
+{
+    find_usb_device(calls().root, [&](const char *devname, int, int) -> usb_handle * {
+        usb_ifc_info info;
+        memset(&info, 0, sizeof info);
+        int fd = calls().open(devname, O_RDWR);
+        info.node_writable = fd >= 0;
+        if (fd < 0)
+            fd = calls().open(devname, O_RDONLY);
+        if (fd < 0)
+            return nullptr;
+        unsigned char desc[kDescriptorCapacity];
+        const size_t total = readDescriptors(fd, desc);
+        AcceptedInterface accepted;
+        if (acceptInterface(desc, total, fd, info, callback, accepted))
+            found(devname, &info, context);
+        calls().close(fd);
+        return nullptr;
+    });
+}
+
+usb_handle *usb_open_node(const char *node, ifc_match_func callback, int *error)
+{
+    usb_access_problem problem;
+    memset(&problem, 0, sizeof problem);
+    usb_handle *handle = examineDevice(node, 0, 0, callback, &problem, true);
+    if (!handle && error)
+        *error = problem.error != 0 ? problem.error : ENOENT;
+    return handle;
 }
 
 int usb_write(usb_handle *h, const void *data, int len)
@@ -417,7 +464,7 @@ int usb_write(usb_handle *h, const void *data, int len)
         return -1;
 
     if (len == 0) {
-        const int n = bulk(h->desc, h->ep_out, const_cast<void *>(data), 0);
+        const int n = bulk(h->desc, h->ep_out, const_cast<void *>(data), 0, h->timeout_ms);
         if (n != 0) {
             fprintf(stderr, "ERROR: n = %d, errno = %d (%s)\n", n, errno, strerror(errno));
             return -1;
@@ -429,7 +476,7 @@ int usb_write(usb_handle *h, const void *data, int len)
     int count = 0;
     while (len > 0) {
         const int piece = len > kMaxTransfer ? kMaxTransfer : len;
-        const int n = bulk(h->desc, h->ep_out, const_cast<unsigned char *>(bytes), piece);
+        const int n = bulk(h->desc, h->ep_out, const_cast<unsigned char *>(bytes), piece, h->timeout_ms);
         if (n != piece)
             return -1;
         count += n;
@@ -449,10 +496,13 @@ int usb_read(usb_handle *h, void *data, int len)
         const int piece = len > kMaxTransfer ? kMaxTransfer : len;
         int n = -1;
         for (int attempt = 1; attempt <= kReadAttempts; ++attempt) {
-            n = bulk(h->desc, h->ep_in, bytes, piece);
+            n = bulk(h->desc, h->ep_in, bytes, piece, h->timeout_ms);
             if (n >= 0)
                 break;
-            if (attempt == kReadAttempts || deviceGone(h, errno))
+            // A board that let its time-out pass has stalled; asking again would only
+            // multiply the wait.
+            const bool stalled = h->timeout_ms != 0 && errno == ETIMEDOUT;
+            if (stalled || attempt == kReadAttempts || deviceGone(h, errno))
                 return -1;
             calls().sleep_seconds(1);
         }

@@ -31,6 +31,8 @@ struct usb_handle {
     int desc;
     unsigned char ep_in;
     unsigned char ep_out;
+    // Bulk transfer time-out in milliseconds; 0 (as usb_open leaves it) waits for ever.
+    unsigned timeout_ms;
 };
 
 // Returns 0 to accept an interface, -1 to reject it.
@@ -56,6 +58,16 @@ int usb_close(usb_handle *h);
 int usb_write(usb_handle *h, const void *data, int len);
 int usb_read(usb_handle *h, void *data, int len);
 void usb_kick(usb_handle *h);
+
+// Calls `found` for every interface the callback accepts, on every device, without
+// claiming any: the listing of a machine with several boards attached.
+typedef void (*usb_found_func)(const char *node, const usb_ifc_info *info, void *context);
+void usb_list(ifc_match_func callback, usb_found_func found, void *context);
+
+// Opens and claims the accepted interface of the one device node `node`. On failure
+// `*error` (when given) holds the errno of the step that failed (ENOENT when the node
+// has no accepted interface).
+usb_handle *usb_open_node(const char *node, ifc_match_func callback, int *error);
 
 // The boot loader's download interface: one of the known vendors, class 0xff,
 // subclass 0x42, protocol 0x03.

@@ -2,6 +2,7 @@
 
 #include "boardlink/usbdevfs.h"
 
+#include <cerrno>
 #include <cstdlib>
 
 UsbDevfsTransport::~UsbDevfsTransport()
@@ -12,10 +13,38 @@ UsbDevfsTransport::~UsbDevfsTransport()
 bool UsbDevfsTransport::open()
 {
     close();
-    usb_access_problem found;
-    handle = usb_open_diagnosed(match_android_fastboot_driver, &found);
-    problem = handle ? BoardAccessProblem() : BoardAccess::fromSearch(found);
+    timedOut = false;
+    lastOpenError = 0;
+    problem = BoardAccessProblem();
+    if (node.isEmpty()) {
+        usb_access_problem found;
+        handle = usb_open_diagnosed(match_android_fastboot_driver, &found);
+        if (!handle)
+            problem = BoardAccess::fromSearch(found);
+    } else {
+        int error = 0;
+        handle = usb_open_node(node.constData(), match_android_fastboot_driver, &error);
+        // A node without our interface is not a board that cannot be used.
+        if (!handle && error != ENOENT)
+            lastOpenError = error;
+    }
+    if (handle)
+        handle->timeout_ms = timeoutMs;
     return handle != nullptr;
+}
+
+void UsbDevfsTransport::setStallTimeout(int ms)
+{
+    timeoutMs = ms > 0 ? unsigned(ms) : 0;
+    if (handle)
+        handle->timeout_ms = timeoutMs;
+}
+
+int UsbDevfsTransport::noteFailure(int result)
+{
+    if (result < 0 && timeoutMs != 0 && errno == ETIMEDOUT)
+        timedOut = true;
+    return result;
 }
 
 bool UsbDevfsTransport::isOpen() const
@@ -25,12 +54,12 @@ bool UsbDevfsTransport::isOpen() const
 
 int UsbDevfsTransport::write(const char *data, int len)
 {
-    return handle ? usb_write(handle, data, len) : -1;
+    return handle ? noteFailure(usb_write(handle, data, len)) : -1;
 }
 
 int UsbDevfsTransport::read(char *buffer, int len)
 {
-    return handle ? usb_read(handle, buffer, len) : -1;
+    return handle ? noteFailure(usb_read(handle, buffer, len)) : -1;
 }
 
 void UsbDevfsTransport::close()

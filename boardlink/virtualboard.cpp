@@ -1,5 +1,7 @@
 #include "boardlink/virtualboard.h"
 
+#include <QThread>
+
 #include <QFile>
 
 namespace {
@@ -145,6 +147,7 @@ bool VirtualBoard::open()
     if (!present)
         return false;
     opened = true;
+    hasStalled = false;
     return true;
 }
 
@@ -175,6 +178,19 @@ int VirtualBoard::write(const char *data, int len)
 
 int VirtualBoard::read(char *buffer, int len)
 {
+    if (currentFault == Fault::StallAfterPackets && state == State::Receiving && packetsAccepted >= faultPacket
+        && present) {
+        // A hung board: nothing comes back until the host gives up. Without a time-out
+        // a real host would wait for ever; a minute is as good as that here.
+        flushPacketRun();
+        trace(QStringLiteral("< (no answer)"));
+        QThread::msleep(stallTimeoutMs > 0 ? unsigned(stallTimeoutMs) : 60000u);
+        hasStalled = true;
+        replyPending = false;
+        return -1;
+    }
+    if (replyDelayUs > 0 && replyPending)
+        QThread::usleep(unsigned(replyDelayUs));
     if (!opened || !replyPending) {
         // The board has gone between the command and its answer.
         if (!present)

@@ -33,6 +33,7 @@ public:
         GarbageIdleReply,   // answers binary garbage to the idle poll after a download
         ShortIdleReply,     // answers a single "1" to the idle poll after a download
         RefuseCommands,     // answers "E" to format, LCD type and user-bin address
+        StallAfterPackets,  // stops answering once faultPacket packets were accepted
     };
 
     explicit VirtualBoard(TUsbDevCommand::TBoardCPU cpu = TUsbDevCommand::CPU_4412);
@@ -52,6 +53,9 @@ public:
     void setWritingRounds(int rounds) { writingRounds = rounds; }
     // What the "0 " answers say while writing; empty: the usual percentage.
     void setWritingText(const QByteArray &text) { writingText = text; }
+    // Time each exchange takes before its reply can be read, as on a real bus; 0 (the
+    // default) answers at once.
+    void setReplyDelayUs(int us) { replyDelayUs = us; }
     // Keep the received bytes (the default) or only count them.
     void setKeepData(bool keep) { keepData = keep; }
 
@@ -94,6 +98,8 @@ public:
     int write(const char *data, int len) override;
     int read(char *buffer, int len) override;
     void close() override { opened = false; }
+    void setStallTimeout(int ms) override { stallTimeoutMs = ms; }
+    bool stalled() const override { return hasStalled; }
 
 private:
     enum class State { Idle, Receiving, Writing };
@@ -114,6 +120,9 @@ private:
     int writingRounds = 3;
     QByteArray writingText;
     bool keepData = true;
+    int replyDelayUs = 0;
+    int stallTimeoutMs = 0;
+    bool hasStalled = false;
 
     Fault currentFault = Fault::None;
     int faultPacket = 0;

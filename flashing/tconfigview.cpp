@@ -7,7 +7,6 @@
 #include "flashing/cmdlineoptions.h"
 #include "flashing/flashpagestate.h"
 #include "flashing/flashruntexts.h"
-#include "flashing/flashstep.h"
 #include "flashing/velkaroini.h"
 #include "shell/resourcetext.h"
 
@@ -55,6 +54,12 @@ TConfigView::TConfigView(int kind, QWidget *parent)
     labels = ConfigPage::itemLabels(pageKind());
     resize(691, 653);
     initWidget();
+    connect(&run, &FlashRun::stepStarted, this, &TConfigView::showStep);
+    connect(&run, &FlashRun::stepFinished, this, [this](int step, bool ok) {
+        if (ok)
+            currentStep = step + 1;
+    });
+    connect(&run, &FlashRun::finished, this, &TConfigView::runFinished);
 
     const VelkaroIni::ImageSet own = VelkaroIni::programImageSet(programFolder());
     if (own.isValid())
@@ -633,7 +638,7 @@ void TConfigView::enableAllButton(bool e)
 
 void TConfigView::resetView()
 {
-    if (running)
+    if (run.isRunning())
         return;
     showProgressControls(false);
     enableAllButton(true);
@@ -690,14 +695,12 @@ void TConfigView::startRun(ConfigPage::ActionMode mode)
 
 void TConfigView::oneKeyBurnButtonClicked_Func()
 {
-    if (running)
+    if (run.isRunning())
         return;
     if (!buildBurnSteps()) {
         startButton->setEnabled(true);
         return;
     }
-    if (gUsbDevCommand)
-        gUsbDevCommand->SetOS(ConfigPage::targetOs(pageKind()));
 
     showProgressControls(true);
     enableAllButton(false);
@@ -713,48 +716,38 @@ void TConfigView::oneKeyBurnButtonClicked_Func()
     if (!logBox->document()->isEmpty())
         appendLog(FlashRunTexts::runSeparatorLine());
 
-    running = true;
-    if (!doStep(currentStep))
-        failRun();
+    run.start(gUsbDevCommand, plan, pageKind(), actionMode);
 }
 
-bool TConfigView::doStep(int i)
+void TConfigView::showStep(int step)
 {
+    currentStep = step;
     progressBar->setRange(0, 100);
     progressBar->setValue(0);
     transferLabel->clear();
-    statusLabel->setText(stepStatusText(i));
-    if (!gUsbDevCommand)
-        return false;
-    const FlashStep step = FlashStep::forPlanStep(plan.keys.at(i), plan.values.at(i), actionMode, boardCpu());
-    // The outcome may arrive before this returns and start the next step from inside it.
-    return step.issueTo(*gUsbDevCommand);
+    statusLabel->setText(stepStatusText(step));
 }
 
-void TConfigView::failRun()
+void TConfigView::runFinished(FlashRun::Outcome outcome)
 {
-    running = false;
-    UserDialogs::information(this, FlashRunTexts::messageTitle(), FlashRunTexts::flashingFailed());
-    resetView();
+    switch (outcome) {
+    case FlashRun::Completed:
+        resetView();
+        appendLog(FlashRunTexts::completedLogLine());
+        break;
+    case FlashRun::Failed:
+        UserDialogs::information(this, FlashRunTexts::messageTitle(), FlashRunTexts::flashingFailed());
+        resetView();
+        break;
+    case FlashRun::Disconnected:
+        // USBConnected returns the page to idle, with no box: the user pulled the cable.
+        break;
+    }
 }
 
 void TConfigView::USBSendFinished(bool ok)
 {
-    if (!running)
-        return;
-    if (!ok) {
-        failRun();
-        return;
-    }
-    ++currentStep;
-    if (currentStep >= plan.size()) {
-        running = false;
-        resetView();
-        appendLog(FlashRunTexts::completedLogLine());
-        return;
-    }
-    if (!doStep(currentStep))
-        failRun();
+    run.boardFinished(ok);
 }
 
 void TConfigView::cancelButtonClicked()
@@ -766,7 +759,7 @@ void TConfigView::USBConnected(bool connected)
 {
     if (connected)
         return;
-    running = false;
+    run.boardConnected(false);
     resetView();
 }
 

@@ -2,6 +2,7 @@
 
 #include "flashing/configpage.h"
 #include "flashing/flashplan.h"
+#include "flashing/flashrun.h"
 #include "flashing/transferrate.h"
 #include "shell/twidget.h"
 
@@ -48,7 +49,7 @@ public:
     bool buildBurnSteps();
     QString stepStatusText(int step) const;
     const FlashPlan &burnPlan() const { return plan; }
-    bool isRunning() const { return running; }
+    bool isRunning() const { return run.isRunning(); }
 
     int editWidth() const { return width() - 94; }
     int browerButtonWidth() const { return 50; }
@@ -112,8 +113,8 @@ private:
     void applyItemProcessorRule(const QString &label);
     void applyHdmiVisibility();
     void startRun(ConfigPage::ActionMode mode);
-    bool doStep(int i);
-    void failRun();
+    void showStep(int step);
+    void runFinished(FlashRun::Outcome outcome);
     void appendLog(const QString &html);
     static qint64 progressUnit();
     void showProgressControls(bool show);
@@ -157,9 +158,7 @@ private:
     ConfigPage::ActionMode actionMode = ConfigPage::ActionMode::Install;
     FlashPlan plan;
     int currentStep = 0;
-    // The one guard against late or repeated outcomes: a SendFinished that arrives while
-    // no run is under way (a user bin leaving download mode reports once more) is dropped.
-    bool running = false;
+    FlashRun run;
 
     TransferRate transferRate;
     QElapsedTimer transferClock;
