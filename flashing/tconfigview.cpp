@@ -769,23 +769,27 @@ void TConfigView::USBReportLog(int level, QString text)
     appendLog(FlashRunTexts::boardLogLine(level, text));
 }
 
+// Every page hears the board link, but only the one running a flash follows its transfer.
 void TConfigView::USBSendMaxSize(int maxSize)
 {
+    if (!running)
+        return;
     progressBar->setMaximum(maxSize);
+    shownProgress.start(maxSize, progressBar->width());
     transferClock.start();
     transferRate.start(maxSize, 0);
 }
 
 void TConfigView::USBSendCurrentPos(int pos)
 {
-    progressBar->setValue(pos);
-    if (!transferClock.isValid())
+    if (!running)
         return;
-    transferRate.update(pos, transferClock.elapsed());
-    const QString text = transferRate.text();
-    // The rate is resampled only twice a second, so most positions leave the text as it is.
-    if (transferLabel->text() != text)
-        transferLabel->setText(text);
+    const qint64 nowMs = transferClock.isValid() ? transferClock.elapsed() : 0;
+    if (shownProgress.changesView(pos, nowMs))
+        progressBar->setValue(pos);
+    // The rate is resampled only twice a second; the text changes only then.
+    if (transferClock.isValid() && transferRate.update(pos, nowMs))
+        transferLabel->setText(transferRate.text());
 }
 
 void TConfigView::clearLog()

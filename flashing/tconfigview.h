@@ -3,6 +3,7 @@
 #include "flashing/configpage.h"
 #include "flashing/flashplan.h"
 #include "flashing/transferrate.h"
+#include "flashing/visibleprogress.h"
 #include "shell/twidget.h"
 
 #include <QElapsedTimer>
@@ -161,5 +162,6 @@ private:
     bool running = false;
 
     TransferRate transferRate;
+    VisibleProgress shownProgress;
     QElapsedTimer transferClock;
 };
