@@ -63,8 +63,9 @@ TConfigView::TConfigView(int kind, QWidget *parent)
 void TConfigView::initWidget()
 {
     scrollArea = new QScrollArea(this);
-    scrollArea->setStyleSheet(QStringLiteral(
-        "QScrollArea{border: 0px solid rgb(192,192,192);background-image:url(:/viewbackground.png)}"));
+    // The picture behind the page is added when the page is first shown (most pages stay
+    // hidden for a whole session); the border, which shapes the page, is set at once.
+    scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0px solid rgb(192,192,192)}"));
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     content = new QWidget;
     content->setObjectName(QStringLiteral("configViewContent"));
@@ -208,6 +209,14 @@ void TConfigView::createButtonsAndProgress()
     logBox->setObjectName(QStringLiteral("logBox"));
     logBox->setReadOnly(true);
     logBox->setStyleSheet(QStringLiteral("background-color:rgb(221,240,255)"));
+}
+
+void TConfigView::showEvent(QShowEvent *event)
+{
+    TWidget::showEvent(event);
+    if (!scrollArea->styleSheet().contains(QLatin1String("background-image")))
+        scrollArea->setStyleSheet(QStringLiteral(
+            "QScrollArea{border: 0px solid rgb(192,192,192);background-image:url(:/viewbackground.png)}"));
 }
 
 void TConfigView::resizeEvent(QResizeEvent *event)
