@@ -74,7 +74,7 @@ public:
     // fast sender is held back by the line instead of filling memory.
     static constexpr qint64 ReadBufferSize = 64 * 1024;
     // While readAll() keeps finding the buffer full, it doubles up to this size.
-    static constexpr qint64 MaxReadBufferSize = 1024 * 1024;
+    static constexpr qint64 MaxReadBufferSize = 256 * 1024;
 
 signals:
     void readyRead();
