@@ -42,8 +42,8 @@ void TRecvDisplay::showReceived(const QByteArray &bytes, const Options &options)
 
 // The box keeps its last maximumBlockCount() lines. Left to itself, it would take in every
 // line of a large read and then drop the oldest again, each of them built into the document
-// first; here the lines that would go are never inserted, and the old ones that make room
-// go in one cut before the new text comes in. What the box holds afterwards is the same.
+// first; here the lines of a read that would go at once are never inserted. Older lines
+// that make room are still dropped by the box itself. What it holds afterwards is the same.
 void TRecvDisplay::insertWithinCap(const QString &text)
 {
     const int cap = m_edit->maximumBlockCount();
