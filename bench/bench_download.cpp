@@ -4,12 +4,20 @@
 //
 //   bench_download                 64 MiB at 61-, 510- and 65534-byte chunks, then memory
 //   bench_download --memory MIB    (internal) one transfer of MIB MiB; prints peak RSS
+//   bench_download --window        host CPU per packet of one kernel flashed from the Linux
+//                                  page of the real main window (all pages wired as in the
+//                                  program), beside the protocol object alone and a bare loop
 
 #include "app/globals.h"
 #include "boardlink/global.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
+#include "flashing/tconfigview.h"
+#include "shell/burnsystemwidget.h"
+#include "shell/tmainwidget.h"
 
+#include <QApplication>
+#include <QCheckBox>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -18,6 +26,7 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <ctime>
 #include <memory>
 
 namespace {
@@ -150,10 +159,149 @@ int memoryRun(int mib)
     return rig.view.lastOk ? 0 : 1;
 }
 
+double cpuSeconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+}
+
+// The whole program's window on the virtual board: the Linux page flashes one kernel, the
+// way a user starts it, while the other pages, the menu, the home view and the window take
+// the board's signals as they do in the program.
+struct WindowRig
+{
+    WindowRig(TUsbDevCommand::TBoardCPU cpu, const QString &folder)
+        : board(std::make_shared<VirtualBoard>(cpu))
+    {
+        board->setKeepData(false);
+        board->setWritingRounds(0);
+        if (cpu == TUsbDevCommand::CPU_Unknown)
+            board->setHardwareLines({"Halvorn", "CPU: unknown"});
+        gUsbDevCommand->Stop();
+        gUsbDevCommand->setTransport(board);
+        gUsbDevCommand->pollBoard();
+        tab = window.findChild<BurnSystemWidget *>();
+        tab->switchView(QStringLiteral("linuxView"));
+        page = tab->configView(1);
+        gImagesPath = folder;
+        page->imagesPathUpdatedSlot();
+        for (QCheckBox *box : page->findChildren<QCheckBox *>())
+            box->setChecked(box == page->findCheckboxControler(QStringLiteral("Linux Kernel: ")));
+        page->buttonSelectStatusChanged();
+        window.show();
+        QCoreApplication::processEvents();
+    }
+
+    // CPU seconds of one run of the page; negative when the run did not complete.
+    double run()
+    {
+        QEventLoop loop;
+        bool ended = false;
+        const auto ending = QObject::connect(page, &TConfigView::needEnableControler, &loop, [&](bool enable) {
+            if (enable) {
+                ended = true;
+                loop.quit();
+            }
+        });
+        const double before = cpuSeconds();
+        page->oneKeyBurnButtonClicked_Func();
+        if (!ended)
+            loop.exec();
+        const double used = cpuSeconds() - before;
+        QObject::disconnect(ending);
+        return ended && page->burnPlan().size() == 1 ? used : -1;
+    }
+
+    TMainWidget window;
+    std::shared_ptr<VirtualBoard> board;
+    BurnSystemWidget *tab = nullptr;
+    TConfigView *page = nullptr;
+};
+
+int windowRun(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QTemporaryDir dir;
+    const struct { TUsbDevCommand::TBoardCPU cpu; int chunk; int mib; } kinds[] = {
+        {TUsbDevCommand::CPU_Unknown, 61, 16}, {TUsbDevCommand::CPU_6410, 510, 64}, {TUsbDevCommand::CPU_4412, 65534, 512}};
+    std::printf("host CPU per packet, virtual board (instant answers, data not kept), best of 3; what a run\n"
+                "costs besides its packets (starting, the log, the pages' state) is taken off by also\n"
+                "timing a one-packet image\n");
+    std::printf("%-8s %9s %12s %12s %10s %14s %14s\n", "chunk", "packets", "window us", "protocol us", "bare us",
+                "window-bare", "protocol-bare");
+    int failures = 0;
+    for (const auto &kind : kinds) {
+        const QString path = dir.filePath(QStringLiteral("zImage-linux"));
+        QFile ini(dir.filePath(QStringLiteral("Velkaro.ini")));
+        if (!ini.open(QIODevice::WriteOnly)) {
+            std::fprintf(stderr, "cannot write to %s\n", qPrintable(dir.path()));
+            return 1;
+        }
+        ini.write("LowFormat = No\nLinux-Kernel = zImage-linux\n");
+        ini.close();
+
+        // CPU seconds of the three ways for one image size, each the best of three rounds.
+        struct Costs { double window = 1e9, protocol = 1e9, bare = 1e9; };
+        const auto measure = [&](qint64 size) {
+            Costs costs;
+            if (!makeImage(path, size)) {
+                ++failures;
+                return costs;
+            }
+            {
+                WindowRig rig(kind.cpu, dir.path());
+                if (gUsbDevCommand->chunkSize() != kind.chunk) {
+                    std::fprintf(stderr, "unexpected chunk size %d\n", gUsbDevCommand->chunkSize());
+                    ++failures;
+                    return costs;
+                }
+                for (int round = 0; round < 3; ++round) {
+                    const double used = rig.run();
+                    if (used < 0 || rig.board->receivedSize("kern") != size)
+                        ++failures;
+                    else
+                        costs.window = qMin(costs.window, used);
+                    rig.board->forgetReceived();
+                }
+            }
+            Rig rig(kind.cpu, false);
+            for (int round = 0; round < 3; ++round) {
+                rig.view.outcomes = 0;
+                double before = cpuSeconds();
+                rig.full(path);
+                costs.protocol = qMin(costs.protocol, cpuSeconds() - before);
+                if (!rig.view.lastOk)
+                    ++failures;
+                before = cpuSeconds();
+                rig.bare(path);
+                costs.bare = qMin(costs.bare, cpuSeconds() - before);
+            }
+            return costs;
+        };
+        const qint64 size = qint64(kind.mib) << 20;
+        const Costs one = measure(kind.chunk);
+        const Costs all = measure(size);
+        const double packets = double((size + kind.chunk - 1) / kind.chunk);
+        const double us = 1e6 / (packets - 1);
+        const double window = (all.window - one.window) * us;
+        const double protocol = (all.protocol - one.protocol) * us;
+        const double bare = (all.bare - one.bare) * us;
+        std::printf("%-8d %9.0f %12.2f %12.2f %10.2f %14.2f %14.2f\n", kind.chunk, packets, window, protocol, bare,
+                    window - bare, protocol - bare);
+    }
+    if (failures)
+        std::printf("%d runs did not deliver the whole image\n", failures);
+    return failures == 0 ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    if (argc == 2 && QByteArray(argv[1]) == "--window")
+        return windowRun(argc, argv);
     QCoreApplication app(argc, argv);
     if (argc == 3 && QByteArray(argv[1]) == "--memory")
         return memoryRun(atoi(argv[2]));

@@ -35,6 +35,10 @@ TUsbDevCommand::TUsbDevCommand(QObject *parent)
     // two connections are made before anybody else can connect.
     connect(this, &TUsbDevCommand::SendFinished, this, &TUsbDevCommand::slotSendFinished);
     connect(this, &TUsbDevice::Connected, this, &TUsbDevCommand::HwInfoPooling);
+    nextPacket = new QTimer(this);
+    nextPacket->setSingleShot(true);
+    nextPacket->setInterval(0);
+    connect(nextPacket, &QTimer::timeout, this, &TUsbDevCommand::SendLoop);
     SetCPU(CPU_Unknown);
     os = OS_None;
 }
@@ -186,7 +190,7 @@ void TUsbDevCommand::Send(const char *tag)
 
     const QByteArray header = QByteArray("KOVA ") + tag + ' ' + QByteArray::number(size, 16);
     if (replyIs(Run(header, true), "O")) {
-        QTimer::singleShot(0, this, &TUsbDevCommand::SendLoop);
+        nextPacket->start();
         return;
     }
     fail(QStringLiteral("Data not accept by the board"));
@@ -209,7 +213,7 @@ void TUsbDevCommand::SendLoop()
 
     const QByteArray reply = Run(packet, true);
     if (replyIs(reply, "O")) {
-        QTimer::singleShot(0, this, &TUsbDevCommand::SendLoop);
+        nextPacket->start();
     } else if (replyIs(reply, "o")) {
         // The boot loader answers "o" once it holds all the data; it now writes it.
         ReportLogWithCheck(0, QStringLiteral("Send File completed, Waitting..."));

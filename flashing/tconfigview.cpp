@@ -72,8 +72,9 @@ TConfigView::TConfigView(int kind, QWidget *parent)
 void TConfigView::initWidget()
 {
     scrollArea = new QScrollArea(this);
-    scrollArea->setStyleSheet(QStringLiteral(
-        "QScrollArea{border: 0px solid rgb(192,192,192);background-image:url(:/viewbackground.png)}"));
+    // The picture behind the page is added when the page is first shown (most pages stay
+    // hidden for a whole session); the border, which shapes the page, is set at once.
+    scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0px solid rgb(192,192,192)}"));
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     content = new QWidget;
     content->setObjectName(QStringLiteral("configViewContent"));
@@ -217,6 +218,14 @@ void TConfigView::createButtonsAndProgress()
     logBox->setObjectName(QStringLiteral("logBox"));
     logBox->setReadOnly(true);
     logBox->setStyleSheet(QStringLiteral("background-color:rgb(221,240,255)"));
+}
+
+void TConfigView::showEvent(QShowEvent *event)
+{
+    TWidget::showEvent(event);
+    if (!scrollArea->styleSheet().contains(QLatin1String("background-image")))
+        scrollArea->setStyleSheet(QStringLiteral(
+            "QScrollArea{border: 0px solid rgb(192,192,192);background-image:url(:/viewbackground.png)}"));
 }
 
 void TConfigView::resizeEvent(QResizeEvent *event)
@@ -768,23 +777,27 @@ void TConfigView::USBReportLog(int level, QString text)
     appendLog(FlashRunTexts::boardLogLine(level, text));
 }
 
+// Every page hears the board link, but only the one running a flash follows its transfer.
 void TConfigView::USBSendMaxSize(int maxSize)
 {
+    if (!run.isRunning())
+        return;
     progressBar->setMaximum(maxSize);
+    shownProgress.start(maxSize, progressBar->width());
     transferClock.start();
     transferRate.start(maxSize * progressUnit(), 0);
 }
 
 void TConfigView::USBSendCurrentPos(int pos)
 {
-    progressBar->setValue(pos);
-    if (!transferClock.isValid())
+    if (!run.isRunning())
         return;
-    transferRate.update(pos * progressUnit(), transferClock.elapsed());
-    const QString text = transferRate.text();
-    // The rate is resampled only twice a second, so most positions leave the text as it is.
-    if (transferLabel->text() != text)
-        transferLabel->setText(text);
+    const qint64 nowMs = transferClock.isValid() ? transferClock.elapsed() : 0;
+    if (shownProgress.changesView(pos, nowMs))
+        progressBar->setValue(pos);
+    // The rate is resampled only twice a second; the text changes only then.
+    if (transferClock.isValid() && transferRate.update(pos * progressUnit(), nowMs))
+        transferLabel->setText(transferRate.text());
 }
 
 qint64 TConfigView::progressUnit()

@@ -4,6 +4,7 @@
 #include "flashing/flashplan.h"
 #include "flashing/flashrun.h"
 #include "flashing/transferrate.h"
+#include "flashing/visibleprogress.h"
 #include "shell/twidget.h"
 
 #include <QElapsedTimer>
@@ -96,6 +97,7 @@ public Q_SLOTS:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void initWidget();
@@ -161,5 +163,6 @@ private:
     FlashRun run;
 
     TransferRate transferRate;
+    VisibleProgress shownProgress;
     QElapsedTimer transferClock;
 };

@@ -18,25 +18,28 @@ void TransferRate::start(qint64 totalBytes, qint64 nowMs)
     rate = 0.0;
 }
 
-void TransferRate::update(qint64 newPosition, qint64 nowMs)
+bool TransferRate::update(qint64 newPosition, qint64 nowMs)
 {
     position = qBound<qint64>(0, newPosition, total);
     const qint64 elapsed = nowMs - sampleTimeMs;
     if (elapsed < sampleIntervalMs)
-        return;
+        return false;
     const qint64 moved = position - samplePosition;
     samplePosition = position;
     sampleTimeMs = nowMs;
+    // A position that went back starts a new sample without a speed, but the time left
+    // still follows the position.
     if (moved < 0)
-        return;
+        return true;
     const double current = double(moved) * 1000.0 / double(elapsed);
     if (rate <= 0.0) {
         rate = current;
-        return;
+        return true;
     }
     // Samples further apart weigh more, so a stall of several seconds still shows.
     const double weight = 1.0 - std::exp(-double(elapsed) / double(smoothingMs));
     rate += weight * (current - rate);
+    return true;
 }
 
 int TransferRate::secondsLeft() const

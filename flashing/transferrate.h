@@ -15,7 +15,9 @@ public:
 
     // A new transfer of `totalBytes` begins at time `nowMs`.
     void start(qint64 totalBytes, qint64 nowMs);
-    void update(qint64 position, qint64 nowMs);
+    // True when this position was taken as a new sample, so that text() may read
+    // differently; between samples the figures stay as they are.
+    bool update(qint64 position, qint64 nowMs);
 
     bool hasRate() const { return rate > 0.0; }
     double bytesPerSecond() const { return rate; }

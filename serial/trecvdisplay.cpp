@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextDocument>
 
 namespace {
 
@@ -34,9 +35,39 @@ void TRecvDisplay::showReceived(const QByteArray &bytes, const Options &options)
     const QString shown = options.hex ? StringToHex(text) : text;
     if (shown.isEmpty())
         return;
-    m_edit->insertPlainText(withLongLinesBroken(shown, m_edit->textCursor().positionInBlock()));
+    insertWithinCap(withLongLinesBroken(shown, m_edit->textCursor().positionInBlock()));
     // Like any terminal, follow the output.
     m_edit->ensureCursorVisible();
+}
+
+// The box keeps its last maximumBlockCount() lines. Left to itself, it would take in every
+// line of a large read and then drop the oldest again, each of them built into the document
+// first; here the lines of a read that would go at once are never inserted. Older lines
+// that make room are still dropped by the box itself. What it holds afterwards is the same.
+void TRecvDisplay::insertWithinCap(const QString &text)
+{
+    const int cap = m_edit->maximumBlockCount();
+    if (cap <= 0) {
+        m_edit->insertPlainText(text);
+        return;
+    }
+    // Line breaks in `text` counted from its end, as the text widget counts them ("\r\n"
+    // is one), until the oldest line that stays is found.
+    int breaks = 0;
+    for (int i = text.size() - 1; i >= 0; --i) {
+        if (!breaksLine(text.at(i)))
+            continue;
+        const int after = i + 1;
+        if (text.at(i) == QLatin1Char('\n') && i > 0 && text.at(i - 1) == QLatin1Char('\r'))
+            --i;
+        if (++breaks == cap) {
+            // Nothing of what the box holds now survives this read.
+            m_edit->clear();
+            m_edit->insertPlainText(text.mid(after));
+            return;
+        }
+    }
+    m_edit->insertPlainText(text);
 }
 
 void TRecvDisplay::appendText(const QString &text, const Options &options)

@@ -36,6 +36,7 @@ public:
 
 private:
     void clearIfScrolled(const Options &options);
+    void insertWithinCap(const QString &text);
     QString withLongLinesBroken(const QString &text, int column) const;
 
     QPlainTextEdit *m_edit;

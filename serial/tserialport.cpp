@@ -214,7 +214,18 @@ qint64 TSerialPort::bytesAvailable() const
 
 QByteArray TSerialPort::readAll()
 {
-    return m_port->isOpen() ? m_port->readAll() : QByteArray();
+    if (!m_port->isOpen())
+        return QByteArray();
+    const QByteArray data = m_port->readAll();
+    // A full buffer means the device had more to give: take more next time, so that a
+    // fast sender is drained in fewer and larger turns. Once it slows down, memory goes
+    // back to the small buffer.
+    const qint64 size = m_port->readBufferSize();
+    if (data.size() >= size)
+        m_port->setReadBufferSize(qMin(size * 2, MaxReadBufferSize));
+    else if (data.size() < size / 4)
+        m_port->setReadBufferSize(qMax(size / 2, ReadBufferSize));
+    return data;
 }
 
 qint64 TSerialPort::write(const QByteArray &data)

@@ -72,10 +72,12 @@ public:
     // Drops what write() has queued but the device has not taken yet.
     void discardOutput();
 
-    // At most this much received data waits in memory; beyond it the device is not read
-    // until the owner reads, so a fast sender is held back by the line instead of
-    // filling memory.
+    // At most this much received data waits in memory (more while a flood goes on, see
+    // MaxReadBufferSize); beyond it the device is not read until the owner reads, so a
+    // fast sender is held back by the line instead of filling memory.
     static constexpr qint64 ReadBufferSize = 64 * 1024;
+    // While readAll() keeps finding the buffer full, it doubles up to this size.
+    static constexpr qint64 MaxReadBufferSize = 256 * 1024;
 
 signals:
     void readyRead();

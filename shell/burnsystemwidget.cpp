@@ -52,9 +52,9 @@ BurnSystemWidget::BurnSystemWidget(QWidget *parent)
     const bool present = boardPresent();
     menuWidget->USBConnected(present);
     if (present)
-        home->updateWebView(true, tr("Please wait while Ostrakit gathers H/W information..."));
+        home->updateWebViewAfterFirstPaint(true, tr("Please wait while Ostrakit gathers H/W information..."));
     else
-        home->updateWebView(false, QString());
+        home->updateWebViewAfterFirstPaint(false, QString());
 }
 
 bool BurnSystemWidget::boardPresent() const

@@ -9,7 +9,7 @@ constexpr int kAppSpacing = 40;
 }
 
 MiscToolsWidget::MiscToolsWidget(QWidget *parent)
-    : QWidget(parent), background(QStringLiteral(":/viewbackground.png"))
+    : QWidget(parent)
 {
 }
 
@@ -26,6 +26,9 @@ void MiscToolsWidget::openWindowApps()
 
 void MiscToolsWidget::paintEvent(QPaintEvent *)
 {
+    // The page is hidden at start; its picture is read when it is first shown.
+    if (background.isNull())
+        background.load(QStringLiteral(":/viewbackground.png"));
     QPainter painter(this);
     // The picture is narrower than the page; drawn from both edges it leaves no gap.
     painter.drawPixmap(0, 0, background);

@@ -9,7 +9,7 @@
 #include <QTimer>
 
 TAboutView::TAboutView(QWidget *parent)
-    : QWidget(parent), picture(QStringLiteral(":/aboueme.png"))
+    : QWidget(parent)
 {
     updateButton = new QPushButton(tr("Check for updates"), this);
     updateButton->setGeometry(460, 310, 180, 40);
@@ -40,6 +40,9 @@ void TAboutView::resetView()
 
 void TAboutView::paintEvent(QPaintEvent *)
 {
+    // The page is hidden at start; its picture is read when it is first shown.
+    if (picture.isNull())
+        picture.load(QStringLiteral(":/aboueme.png"));
     QPainter painter(this);
     if (!picture.isNull())
         painter.drawPixmap(rect(), picture);

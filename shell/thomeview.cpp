@@ -10,6 +10,7 @@
 #include <QFont>
 #include <QPainter>
 #include <QRegularExpression>
+#include <QTimer>
 #include <QUrl>
 
 THomeView::THomeView(QWidget *parent)
@@ -31,8 +32,14 @@ THomeView::THomeView(QWidget *parent)
     webView->setGeometry(22, 142, 660, 395);
 }
 
+void THomeView::updateWebViewAfterFirstPaint(bool connected, const QString &text)
+{
+    pendingPage = PendingPage{connected, text};
+}
+
 void THomeView::updateWebView(bool connected, const QString &text)
 {
+    pendingPage.reset();
     const bool chinese = gLanguage == 1;
     if (!connected) {
         const QUrl help(chinese ? QStringLiteral("qrc:/homeview-cn.html") : QStringLiteral("qrc:/homeview.html"));
@@ -99,4 +106,11 @@ void THomeView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.drawPixmap(0, 0, background);
+    if (pendingPage) {
+        // Posted, so that this paint reaches the screen first.
+        QTimer::singleShot(0, this, [this] {
+            if (pendingPage)
+                updateWebView(pendingPage->connected, pendingPage->text);
+        });
+    }
 }

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QWidget>
 
+#include <optional>
+
 class ResourceOnlyBrowser;
 
 // The download tab's first view: how to connect a board while none is there, the board's
@@ -15,6 +17,9 @@ public:
     explicit THomeView(QWidget *parent = nullptr);
 
     void updateWebView(bool connected, const QString &text);
+    // The same, once the view has been painted for the first time: the window comes up
+    // without waiting for the page. Any updateWebView() before then takes its place.
+    void updateWebViewAfterFirstPaint(bool connected, const QString &text);
 
     ResourceOnlyBrowser *browser() const { return webView; }
 
@@ -37,6 +42,13 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    struct PendingPage
+    {
+        bool connected = false;
+        QString text;
+    };
+
     QPixmap background;
+    std::optional<PendingPage> pendingPage;
     ResourceOnlyBrowser *webView = nullptr;
 };

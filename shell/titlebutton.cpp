@@ -3,12 +3,16 @@
 #include <QPainter>
 
 TitleButton::TitleButton(const QString &normalImage, const QString &pressedImage, QWidget *parent)
-    : QAbstractButton(parent), normalPixmap(normalImage), pressedPixmap(pressedImage)
+    : QAbstractButton(parent), normalImage(normalImage), pressedImage(pressedImage)
 {
 }
 
 void TitleButton::paintEvent(QPaintEvent *)
 {
+    if (normalPixmap.isNull() && pressedPixmap.isNull()) {
+        normalPixmap.load(normalImage);
+        pressedPixmap.load(pressedImage);
+    }
     QPainter painter(this);
     painter.fillRect(rect(), QColor(194, 229, 251));
 

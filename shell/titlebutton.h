@@ -15,6 +15,9 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    // The window keeps these buttons hidden; their pictures are read when first painted.
+    QString normalImage;
+    QString pressedImage;
     QPixmap normalPixmap;
     QPixmap pressedPixmap;
 };
