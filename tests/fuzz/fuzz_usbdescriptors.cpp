@@ -6,23 +6,21 @@
 
 #include "boardlink/usbdevfs.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 const uint8_t *input;
 size_t inputSize;
-char root[] = "/tmp/ostrakit-fuzz-usb-XXXXXX";
-char bus[sizeof root + 2];
-char node[sizeof root + 4];
 constexpr int kNode = 1000;
 
 ssize_t readNode(int, void *buf, size_t count)
@@ -48,26 +46,16 @@ int matchAndCheck(usb_ifc_info *info)
     return match_android_fastboot_driver(info);
 }
 
-void removeFolder()
-{
-    unlink(node);
-    rmdir(bus);
-    rmdir(root);
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
     // A folder laid out like /dev/bus/usb with one bus and one device node.
-    if (!mkdtemp(root))
+    static QTemporaryDir folder;
+    static const QByteArray root = QFile::encodeName(folder.path());
+    if (!QDir(folder.path()).mkpath(QStringLiteral("1")) || !QFile(folder.filePath(QStringLiteral("1/1"))).open(QIODevice::WriteOnly))
         abort();
-    snprintf(bus, sizeof bus, "%s/1", root);
-    snprintf(node, sizeof node, "%s/1", bus);
-    if (mkdir(bus, 0700) != 0 || fclose(fopen(node, "w")) != 0)
-        abort();
-    atexit(removeFolder);
-    usb_set_system_calls({root, [](const char *, int) { return kNode; }, readNode, [](int) { return 0; },
+    usb_set_system_calls({root.constData(), [](const char *, int) { return kNode; }, readNode, [](int) { return 0; },
                           ioctlNode, [](unsigned) {}});
     return 0;
 }
