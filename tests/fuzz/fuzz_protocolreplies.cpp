@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sanitizer/asan_interface.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -33,6 +35,8 @@ public:
             return -1;
         const size_t n = std::min({size_t(*next), left - 1, size_t(len)});
         memcpy(buffer, next + 1, n);
+        // What the board did not send is off limits, even inside the reply buffer.
+        ASAN_POISON_MEMORY_REGION(buffer + n, size_t(len) - n);
         next += 1 + n;
         left -= 1 + n;
         return int(n);
