@@ -1,3 +1,5 @@
+// What the serial assistant sends, as the far end of the line receives it.
+
 #include "serialtestsupport.h"
 
 #include <QElapsedTimer>
@@ -21,8 +23,9 @@ QByteArray makeFile(QTemporaryFile &file, int size)
 class TestSerialSending : public QObject
 {
     Q_OBJECT
-
     std::unique_ptr<OpenDialog> m;
+    const DialogControls &c() const { return m->c; }
+    const QByteArray &received() const { return m->pty.received(); }
 
 private slots:
     void init()
@@ -30,13 +33,9 @@ private slots:
         m = std::make_unique<OpenDialog>();
         if (!m->skip.isEmpty())
             QSKIP(qPrintable(m->skip));
-        QVERIFY(m->c.led()->isOn());
+        QVERIFY(c().lit());
     }
-    void cleanup()
-    {
-        m.reset();
-        UserDialogs::setOpenFileNameHandler(nullptr);
-    }
+    void cleanup() { m.reset(); }
 
     void sendText_data()
     {
@@ -44,16 +43,14 @@ private slots:
         QTest::addColumn<bool>("hex");
         QTest::addColumn<bool>("crlf");
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("text") << "help" << false << false << QByteArray("help");
-        QTest::newRow("text, CR/LF") << "help" << false << true << QByteArray("help\r\n");
-        QTest::newRow("hex") << "41 42" << true << false << QByteArray("AB");
+        QTest::addColumn<QString>("echo"); // the grey line the receive box shows
+        QTest::newRow("text, CR/LF") << "hi" << false << true << QByteArray("hi\r\n") << "Send: hi";
         // The hex line end is line feed first.
-        QTest::newRow("hex, CR/LF") << "41 42" << true << true << QByteArray("AB\n\r");
-        QTest::newRow("hex with zero") << "00 ff" << true << false << QByteArray("\0\xff", 2);
-        QTest::newRow("beyond Latin-1") << QString(QChar(0xe9)) + QChar(0x4e2d) << false << false << QByteArray("\xe9?");
-        QTest::newRow("three digits") << "414" << true << false << QByteArray();
-        QTest::newRow("not hex") << "4G" << true << true << QByteArray();
-        QTest::newRow("empty with CR/LF") << "" << false << true << QByteArray("\r\n");
+        QTest::newRow("hex, CR/LF") << "68 69" << true << true << QByteArray("hi\n\r") << "Send: 68 69 0A 0D";
+        QTest::newRow("hex with zero") << "00 ff" << true << false << QByteArray("\0\xff", 2) << "Send: 00 ff";
+        QTest::newRow("beyond Latin-1") << QString(QChar(0xe9)) + QChar(0x4e2d) << false << false << QByteArray("\xe9?")
+                                        << "Send: " + QString(QChar(0xe9)) + QChar(0x4e2d);
+        QTest::newRow("not hex") << "4G" << true << true << QByteArray() << "";
     }
     void sendText()
     {
@@ -61,282 +58,177 @@ private slots:
         QFETCH(bool, hex);
         QFETCH(bool, crlf);
         QFETCH(QByteArray, bytes);
-        m->c.sendEdit()->setPlainText(text);
-        m->c.box("sendHEXCheckBox")->setChecked(hex);
-        m->c.box("autoAddReturnCheckBox")->setChecked(crlf);
-        m->c.sendButton()->click();
-
+        c().box("showBackCheckBox")->setChecked(true);
+        c().edit("sendEdit")->setPlainText(text);
+        c().box("sendHEXCheckBox")->setChecked(hex);
+        c().box("autoAddReturnCheckBox")->setChecked(crlf);
+        c().button("sendButton")->click();
+        QTEST(c().edit("recvEdit")->toPlainText().trimmed(), "echo");
+        if (!bytes.isEmpty())
+            QVERIFY(c().edit("recvEdit")->document()->toHtml().contains(QStringLiteral("#808080")));
         // A marker sent afterwards shows that everything before it has arrived.
-        m->c.box("sendHEXCheckBox")->setChecked(false);
-        m->c.box("autoAddReturnCheckBox")->setChecked(false);
-        m->c.sendEdit()->setPlainText(QStringLiteral("#end"));
-        m->c.sendButton()->click();
-        QTRY_VERIFY_WITH_TIMEOUT(m->pty.received().endsWith("#end"), 10000);
-        QCOMPARE(m->pty.received(), bytes + "#end");
+        c().box("sendHEXCheckBox")->setChecked(false);
+        c().box("autoAddReturnCheckBox")->setChecked(false);
+        c().box("pauseRecvCheckBox")->setChecked(true); // paused, the box shows no echo either
+        c().button("clearRecvEditBoxBtn")->click();
+        c().edit("sendEdit")->setPlainText(QStringLiteral("#end"));
+        c().button("sendButton")->click();
+        QVERIFY(c().edit("recvEdit")->toPlainText().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(received().endsWith("#end"), 10000);
+        QCOMPARE(received(), bytes + "#end");
         QVERIFY(m->messages.texts.isEmpty());
     }
 
-    void echoLines_data()
+    // Ticking HEX turns the text into hex and back; rejected hex empties the edit. Auto clear
+    // empties the edit after a send, except when the auto type is a file.
+    void editHandling()
     {
-        QTest::addColumn<bool>("hexSend");
-        QTest::addColumn<bool>("hexDisplay");
-        QTest::addColumn<QString>("echo");
-        QTest::newRow("text") << false << false << "Send: hi\r\n";
-        QTest::newRow("text shown as hex display") << false << true << "Send: hi\r\n";
-        QTest::newRow("hex send") << true << false << "Send: 68 69 0A 0D";
-        // With the receive box in hex, the echo shows the bytes themselves.
-        QTest::newRow("hex send, hex display") << true << true << "Send: hi\n\r";
-    }
-    void echoLines()
-    {
-        QFETCH(bool, hexSend);
-        QFETCH(bool, hexDisplay);
-        QFETCH(QString, echo);
-        m->c.box("showBackCheckBox")->setChecked(true);
-        m->c.box("displayHEXCheckBox")->setChecked(hexDisplay);
-        m->c.box("sendHEXCheckBox")->setChecked(hexSend);
-        m->c.box("autoAddReturnCheckBox")->setChecked(true);
-        m->c.sendEdit()->setPlainText(hexSend ? QStringLiteral("68 69") : QStringLiteral("hi"));
-        m->c.sendButton()->click();
-
-        const QString html = m->c.recvEdit()->document()->toHtml();
-        QVERIFY2(html.contains(QStringLiteral("#808080")), qPrintable(html));
-        // The html is inserted as it is; the line ends in it collapse to spaces.
-        QCOMPARE(m->c.recvEdit()->toPlainText().trimmed(), QString(echo).simplified());
-        QTRY_COMPARE_WITH_TIMEOUT(m->pty.received(), QByteArray("hi\r\n").left(2) + (hexSend ? "\n\r" : "\r\n"), 10000);
-
-        // Paused, the box shows no echo either.
-        m->c.get<QPushButton>("clearRecvEditBoxBtn")->click();
-        m->c.box("pauseRecvCheckBox")->setChecked(true);
-        m->c.sendButton()->click();
-        QVERIFY(m->c.recvEdit()->toPlainText().isEmpty());
-    }
-
-    void autoClearOfTheSendBox()
-    {
-        m->c.box("autoClearSendEditCheckBox")->setChecked(true);
-        m->c.sendEdit()->setPlainText(QStringLiteral("once"));
-        m->c.sendButton()->click();
-        QVERIFY(m->c.sendEdit()->toPlainText().isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(m->pty.received(), QByteArray("once"), 10000);
-
-        // With the file type chosen the text stays.
-        m->c.combo("autoSendTypeComboBox")->setCurrentIndex(1);
-        m->c.sendEdit()->setPlainText(QStringLiteral("twice"));
-        m->c.sendButton()->click();
-        QCOMPARE(m->c.sendEdit()->toPlainText(), QStringLiteral("twice"));
-    }
-
-    void hexCheckBoxConvertsTheEdit_data()
-    {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("asHex");
-        QTest::addColumn<QString>("back");
-        QTest::newRow("text") << "AB" << "41 42" << "AB";
-        QTest::newRow("e acute") << QString(QChar(0xe9)) << "" << "";
-        QTest::newRow("empty") << "" << "" << "";
-    }
-    void hexCheckBoxConvertsTheEdit()
-    {
-        QFETCH(QString, before);
-        m->c.sendEdit()->setPlainText(before);
-        QCheckBox *hex = m->c.box("sendHEXCheckBox");
+        QCheckBox *hex = c().box("sendHEXCheckBox");
+        QPlainTextEdit *edit = c().edit("sendEdit");
+        edit->setPlainText("AB");
         hex->click();
-        QVERIFY(hex->isChecked());
-        QTEST(m->c.sendEdit()->toPlainText(), "asHex");
+        QCOMPARE(edit->toPlainText(), QStringLiteral("41 42"));
         hex->click();
-        QTEST(m->c.sendEdit()->toPlainText(), "back");
+        QCOMPARE(edit->toPlainText(), QStringLiteral("AB"));
+        hex->click();
+        edit->setPlainText(QStringLiteral("4142"));
+        hex->click();
+        QVERIFY(edit->toPlainText().isEmpty());
 
-        // Rejected hex empties the edit on the way back.
-        hex->click();
-        m->c.sendEdit()->setPlainText(QStringLiteral("4142"));
-        hex->click();
-        QVERIFY(m->c.sendEdit()->toPlainText().isEmpty());
+        c().box("autoClearSendEditCheckBox")->setChecked(true);
+        edit->setPlainText(QStringLiteral("once"));
+        c().button("sendButton")->click();
+        QVERIFY(edit->toPlainText().isEmpty());
+        c().combo("autoSendTypeComboBox")->setCurrentIndex(1);
+        edit->setPlainText(QStringLiteral("twice"));
+        c().button("sendButton")->click();
+        QCOMPARE(edit->toPlainText(), QStringLiteral("twice"));
+        QTRY_COMPARE_WITH_TIMEOUT(received(), QByteArray("oncetwice"), 10000);
+
+        QString answer = QStringLiteral("/tmp/board/u-boot.bin");
+        QStringList startDirs;
+        UserDialogs::setOpenFileNameHandler([&](QWidget *, const QString &, const QString &dir, const QString &) {
+            startDirs << dir;
+            return answer;
+        });
+        c().button("sendFileBrowerBtn")->click();
+        answer.clear(); // cancelled: the field keeps its file
+        c().button("sendFileBrowerBtn")->click();
+        QCOMPARE(c().fileEdit()->text(), QStringLiteral("/tmp/board/u-boot.bin"));
+        QCOMPARE(startDirs, QStringList({".", "/tmp/board/u-boot.bin"}));
+        UserDialogs::setOpenFileNameHandler(nullptr);
     }
 
-    void fileArrivesWhole()
+    // A file arrives whole with the controls locked meanwhile; a cancelled one stops part way.
+    void files()
     {
         QTemporaryFile file;
         const QByteArray content = makeFile(file, 1024 * 1024);
-        m->c.box("showBackCheckBox")->setChecked(true);
-        m->c.sendFileEdit()->setText(file.fileName());
-        m->c.sendFileBtn()->click();
+        c().box("showBackCheckBox")->setChecked(true);
+        c().fileEdit()->setText(file.fileName());
+        c().button("sendFileBtn")->click();
+        QCOMPARE(c().progress()->maximum(), content.size());
+        QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Cancel Sending"));
+        QVERIFY(!c().button("sendButton")->isEnabled() && !c().edit("sendEdit")->isEnabled() && !c().fileEdit()->isEnabled());
+        QCOMPARE(c().edit("recvEdit")->toPlainText().trimmed(), QStringLiteral("Send File: ") + file.fileName());
+        QTRY_VERIFY_WITH_TIMEOUT(received().size() >= content.size(), 60000);
+        QVERIFY(received() == content);
+        QTRY_VERIFY(!c().progress()->isVisibleTo(&m->dialog));
+        QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Send File"));
+        QVERIFY(c().button("sendButton")->isEnabled() && c().fileEdit()->isEnabled());
 
-        QVERIFY(m->c.progress()->isVisibleTo(&m->dialog));
-        QCOMPARE(m->c.progress()->maximum(), content.size());
-        QCOMPARE(m->c.sendFileBtn()->text(), QStringLiteral("Cancel Sending"));
-        QVERIFY(!m->c.sendButton()->isEnabled());
-        QVERIFY(!m->c.sendEdit()->isEnabled());
-        QVERIFY(!m->c.sendFileEdit()->isEnabled());
-        QVERIFY(m->c.sendFileBtn()->isEnabled());
-        QCOMPARE(m->c.recvEdit()->toPlainText().trimmed(), QStringLiteral("Send File: ") + file.fileName());
-
-        QTRY_VERIFY_WITH_TIMEOUT(m->pty.received().size() >= content.size(), 60000);
-        QVERIFY(m->pty.received() == content);
-        QTRY_VERIFY(!m->c.progress()->isVisibleTo(&m->dialog));
-        QCOMPARE(m->c.sendFileBtn()->text(), QStringLiteral("Send File"));
-        QVERIFY(m->c.sendButton()->isEnabled());
-        QVERIFY(m->c.sendFileEdit()->isEnabled());
-        QVERIFY(m->messages.texts.isEmpty());
-    }
-
-    void cancelMidFile()
-    {
-        QTemporaryFile file;
-        const QByteArray content = makeFile(file, 1024 * 1024);
-        m->c.sendFileEdit()->setText(file.fileName());
-        // The far end does not read, so the line fills and the transfer is held mid-file.
-        m->pty.setReading(false);
-        m->c.sendFileBtn()->click();
-        QTRY_VERIFY(m->c.progress()->value() > 0);
+        m->pty.clearReceived();
+        m->pty.setReading(false); // the line fills and holds the transfer mid-file
+        c().button("sendFileBtn")->click();
+        QTRY_VERIFY(c().progress()->value() > 0);
         QTest::qWait(200);
-        const int sentBeforeCancel = m->c.progress()->value();
+        const int sentBeforeCancel = c().progress()->value();
         QVERIFY(sentBeforeCancel < content.size());
-
-        m->c.sendFileBtn()->click();
-        QVERIFY(!m->c.progress()->isVisibleTo(&m->dialog));
-        QCOMPARE(m->c.sendFileBtn()->text(), QStringLiteral("Send File"));
-        QVERIFY(m->c.sendButton()->isEnabled());
-
+        c().button("sendFileBtn")->click();
+        QVERIFY(!c().progress()->isVisibleTo(&m->dialog));
         m->pty.setReading(true);
-        m->c.sendEdit()->setPlainText(QStringLiteral("#after"));
-        m->c.sendButton()->click();
-        QTRY_VERIFY_WITH_TIMEOUT(m->pty.received().endsWith("#after"), 10000);
-        const QByteArray arrived = m->pty.received().chopped(6);
-        QVERIFY(arrived.size() <= sentBeforeCancel);
-        QVERIFY(content.startsWith(arrived));
+        c().edit("sendEdit")->setPlainText(QStringLiteral("#after"));
+        c().button("sendButton")->click();
+        QTRY_VERIFY_WITH_TIMEOUT(received().endsWith("#after"), 10000);
+        QVERIFY(received().size() - 6 <= sentBeforeCancel && content.startsWith(received().chopped(6)));
+        QVERIFY(m->messages.texts.isEmpty());
     }
 
     // What a file send or the start of auto send says when there is nothing to send.
-    void nothingToSend_data()
-    {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("message");
-        const QString missing("/nonexistent/ostrakit.bin");
-        QTest::newRow("no file, file type") << "sendFileBtn" << 1 << "" << "Please select the file you want to send.";
-        QTest::newRow("no file, text type") << "sendFileBtn" << 0 << "" << "";
-        QTest::newRow("missing file, file type") << "sendFileBtn" << 1 << missing << "File open failed.";
-        QTest::newRow("missing file, text type") << "sendFileBtn" << 0 << missing << "";
-        QTest::newRow("auto, no text") << "autoSendCheckBox" << 0 << missing << "Please enter the content you want to send.";
-        QTest::newRow("auto, no file") << "autoSendCheckBox" << 1 << ""
-                                       << "Please select the file you want to automatically send.";
-    }
     void nothingToSend()
     {
-        QFETCH(QString, button);
-        QFETCH(int, type);
-        QFETCH(QString, path);
-        QFETCH(QString, message);
-        m->c.combo("autoSendTypeComboBox")->setCurrentIndex(type);
-        m->c.sendFileEdit()->setText(path);
-        m->c.get<QAbstractButton>(qPrintable(button))->click();
-        QCOMPARE(m->messages.texts, message.isEmpty() ? QStringList() : QStringList(message));
-        QVERIFY(!m->c.progress()->isVisibleTo(&m->dialog));
-        QCOMPARE(m->c.sendFileBtn()->text(), QStringLiteral("Send File"));
-        QVERIFY(!m->c.box("autoSendCheckBox")->isChecked());
-        QVERIFY(!m->c.timer("autoSendTimer")->isActive());
+        const QString missing("/nonexistent/ostrakit.bin");
+        const QList<std::tuple<const char *, int, QString, QString>> rows = {
+            {"sendFileBtn", 1, "", "Please select the file you want to send."}, {"sendFileBtn", 0, "", ""},
+            {"sendFileBtn", 1, missing, "File open failed."}, {"sendFileBtn", 0, missing, ""},
+            {"autoSendCheckBox", 0, missing, "Please enter the content you want to send."},
+            {"autoSendCheckBox", 1, "", "Please select the file you want to automatically send."}};
+        for (const auto &[button, type, path, message] : rows) {
+            m->messages.texts.clear();
+            c().combo("autoSendTypeComboBox")->setCurrentIndex(type);
+            c().fileEdit()->setText(path);
+            c().get<QAbstractButton>(button)->click();
+            QCOMPARE(m->messages.texts, message.isEmpty() ? QStringList() : QStringList(message));
+            QVERIFY(!c().progress()->isVisibleTo(&m->dialog));
+            QVERIFY(!c().box("autoSendCheckBox")->isChecked() && !c().timer("autoSendTimer")->isActive());
+        }
     }
 
-    void browse()
+    // The first send comes one period after the click; the edits are locked meanwhile; a new
+    // period restarts the timer; the next tick that finds the port closed stops it.
+    void autoText()
     {
-        QStringList startDirs;
-        QString answer = QStringLiteral("/tmp/board/u-boot.bin");
-        UserDialogs::setOpenFileNameHandler([&](QWidget *, const QString &caption, const QString &dir, const QString &filter) {
-            startDirs << dir;
-            return caption == QLatin1String("Select File") && filter == QLatin1String("Files(*.*)") ? answer : QString();
-        });
-        QPushButton *browse = m->c.get<QPushButton>("sendFileBrowerBtn");
-        browse->click();
-        QCOMPARE(m->c.sendFileEdit()->text(), answer);
-        answer.clear();
-        browse->click();
-        QCOMPARE(m->c.sendFileEdit()->text(), QStringLiteral("/tmp/board/u-boot.bin"));
-        QCOMPARE(startDirs, QStringList({".", "/tmp/board/u-boot.bin"}));
-    }
-
-    void autoTextRepeatsAtThePeriod()
-    {
-        m->c.combo("autoSendComboBox")->setCurrentIndex(m->c.combo("autoSendComboBox")->findText("500"));
-        m->c.sendEdit()->setPlainText(QStringLiteral("ping"));
-        m->c.box("autoClearSendEditCheckBox")->setChecked(true);
+        c().choose("autoSendComboBox", "500");
+        c().edit("sendEdit")->setPlainText(QStringLiteral("ping"));
+        c().box("autoClearSendEditCheckBox")->setChecked(true);
         QElapsedTimer clock;
         clock.start();
-        m->c.box("autoSendCheckBox")->click();
-        QVERIFY(m->c.timer("autoSendTimer")->isActive());
-        QCOMPARE(m->c.timer("autoSendTimer")->interval(), 500);
-        QVERIFY(!m->c.box("autoClearSendEditCheckBox")->isChecked());
-        for (const char *disabled : {"sendEdit", "sendButton", "clearSendEditBtn", "sendFileBrowerBtn", "sendFileBtn",
-                                     "sendFileEdit"})
-            QVERIFY2(!m->c.get<QWidget>(disabled)->isEnabled(), disabled);
-
-        // The first send comes one period after the click, not at once.
-        QTRY_VERIFY_WITH_TIMEOUT(!m->pty.received().isEmpty(), 10000);
+        c().box("autoSendCheckBox")->click();
+        QCOMPARE(c().timer("autoSendTimer")->interval(), 500);
+        QVERIFY(!c().box("autoClearSendEditCheckBox")->isChecked());
+        for (const char *disabled : {"sendEdit", "sendButton", "clearSendEditBtn", "sendFileBrowerBtn", "sendFileBtn", "sendFileEdit"})
+            QVERIFY2(!c().get(disabled)->isEnabled(), disabled);
+        QTRY_VERIFY_WITH_TIMEOUT(!received().isEmpty(), 10000);
         QVERIFY2(clock.elapsed() >= 450, QByteArray::number(clock.elapsed()));
-        QTRY_VERIFY_WITH_TIMEOUT(m->pty.received().size() >= 3 * 4, 10000);
-        QVERIFY2(clock.elapsed() >= 1450, QByteArray::number(clock.elapsed()));
-        QCOMPARE(m->c.sendEdit()->toPlainText(), QStringLiteral("ping"));
+        QTRY_VERIFY_WITH_TIMEOUT(received().size() >= 3 * 4, 10000);
+        QVERIFY(clock.elapsed() >= 1450);
+        QCOMPARE(c().edit("sendEdit")->toPlainText(), QStringLiteral("ping"));
+        c().choose("autoSendComboBox", "3000");
+        QCOMPARE(c().timer("autoSendTimer")->interval(), 3000);
+        c().combo("autoSendComboBox")->setCurrentIndex(-1); // an empty period means a second
+        QCOMPARE(c().timer("autoSendTimer")->interval(), 1000);
+        QCOMPARE(received(), QByteArray("ping").repeated(received().size() / 4));
 
-        m->c.box("autoSendCheckBox")->click();
-        QVERIFY(!m->c.timer("autoSendTimer")->isActive());
-        QVERIFY(m->c.sendButton()->isEnabled());
-        QVERIFY(m->c.sendEdit()->isEnabled());
-        const QByteArray atStop = m->pty.received();
-        QCOMPARE(atStop, QByteArray("ping").repeated(atStop.size() / 4));
+        c().button("openCloseButton")->click();
+        QTRY_VERIFY_WITH_TIMEOUT(!c().box("autoSendCheckBox")->isChecked(), 5000);
+        QVERIFY(!c().timer("autoSendTimer")->isActive());
+        QVERIFY(c().button("sendButton")->isEnabled() && c().edit("sendEdit")->isEnabled());
+        c().box("autoSendCheckBox")->click(); // on a closed port it just unticks again
+        QVERIFY(!c().box("autoSendCheckBox")->isChecked());
+        QVERIFY(m->messages.texts.isEmpty());
     }
 
-    // Each tick that finds the last transfer over sends the file again from its start; ticks
-    // during a transfer leave it alone, so the far end sees whole copies one after another.
-    void autoFileRestartsAfterEachTransfer()
+    // Each tick that finds the last transfer over sends the file again from its start;
+    // ticks during a transfer leave it alone, so the far end sees whole copies in a row.
+    void autoFile()
     {
         QTemporaryFile file;
         const QByteArray content = makeFile(file, 200 * 1024);
-        m->c.combo("autoSendTypeComboBox")->setCurrentIndex(1);
-        m->c.combo("autoSendComboBox")->setCurrentIndex(m->c.combo("autoSendComboBox")->findText("500"));
-        m->c.sendFileEdit()->setText(file.fileName());
-        // The far end reads slowly at first so that the first transfer outlasts several ticks.
+        c().combo("autoSendTypeComboBox")->setCurrentIndex(1);
+        c().choose("autoSendComboBox", "500");
+        c().fileEdit()->setText(file.fileName());
         m->pty.setReading(false);
-        m->c.box("autoSendCheckBox")->click();
-        QVERIFY(!m->c.sendFileBtn()->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(m->c.progress()->isVisibleTo(&m->dialog), 10000);
+        c().box("autoSendCheckBox")->click();
+        QTRY_VERIFY_WITH_TIMEOUT(c().progress()->isVisibleTo(&m->dialog), 10000);
         QTest::qWait(1200);
-        QVERIFY(m->c.progress()->isVisibleTo(&m->dialog));
-        QVERIFY(m->c.progress()->value() < content.size());
+        QVERIFY(c().progress()->value() < content.size());
         m->pty.setReading(true);
-
-        QTRY_VERIFY_WITH_TIMEOUT(m->pty.received().size() >= 2 * content.size() + 1000, 30000);
-        m->c.box("autoSendCheckBox")->click();
-        QVERIFY(m->c.sendFileBtn()->isEnabled());
-        const QByteArray got = m->pty.received();
-        const int whole = int(got.size() / content.size());
-        QVERIFY(got.startsWith(content.repeated(whole)));
-        QVERIFY(content.startsWith(got.mid(whole * content.size())));
-    }
-
-    void autoPeriodAndClosedPort()
-    {
-        m->c.sendEdit()->setPlainText(QStringLiteral("x"));
-        m->c.combo("autoSendComboBox")->setCurrentIndex(m->c.combo("autoSendComboBox")->findText("3000"));
-        m->c.box("autoSendCheckBox")->click();
-        QCOMPARE(m->c.timer("autoSendTimer")->interval(), 3000);
-        // A new period restarts the timer; an empty one means a second.
-        m->c.combo("autoSendComboBox")->setCurrentIndex(-1);
-        QVERIFY(m->c.timer("autoSendTimer")->isActive());
-        QCOMPARE(m->c.timer("autoSendTimer")->interval(), 1000);
-
-        // The next tick finds the port closed and stops.
-        m->c.openClose()->click();
-        QVERIFY(!m->c.led()->isOn());
-        QTRY_VERIFY_WITH_TIMEOUT(!m->c.box("autoSendCheckBox")->isChecked(), 5000);
-        QVERIFY(!m->c.timer("autoSendTimer")->isActive());
-        QVERIFY(m->c.sendButton()->isEnabled());
-        QVERIFY(m->messages.texts.isEmpty());
-
-        // Starting it on a closed port just unticks it again.
-        m->c.box("autoSendCheckBox")->click();
-        QVERIFY(!m->c.box("autoSendCheckBox")->isChecked());
-        QVERIFY(m->messages.texts.isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(received().size() >= 2 * content.size() + 1000, 30000);
+        c().box("autoSendCheckBox")->click();
+        QVERIFY(c().button("sendFileBtn")->isEnabled());
+        const int whole = int(received().size() / content.size());
+        QVERIFY(received().startsWith(content.repeated(whole)));
+        QVERIFY(content.startsWith(received().mid(whole * content.size())));
     }
 };
 
