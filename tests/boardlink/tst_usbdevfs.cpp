@@ -272,7 +272,7 @@ private slots:
         for (const usb_ifc_info &i : std::as_const(offered))
             seen << QStringLiteral("%1:%2:%3:%4%5:%6%7").arg(i.vendor_id, 0, 16).arg(i.product_id, 0, 16)
                         .arg(i.interface_class, 0, 16).arg(i.bulk_in_present).arg(i.bulk_out_present)
-                        .arg(i.node_writable).arg(i.serial[0]);
+                        .arg(i.node_writable).arg(int(i.serial[0]));
         QCOMPARE(seen, QStringList({"18d1:4ee0:9:00:00", "18d1:4ee0:3:00:00", "18d1:4ee0:8:11:00", "18d1:4ee0:ff:11:00"}));
         QCOMPARE(openDescriptors(), 1);
         QCOMPARE(usb_close(h), 0);

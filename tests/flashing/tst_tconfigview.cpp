@@ -251,42 +251,6 @@ private Q_SLOTS:
         QVERIFY(rig.log()->toHtml().contains("#008000"));
     }
 
-    // Only ticked images reach the board, each step announced; one separator from the last run.
-    void runFlashesTickedImages()
-    {
-        PageRig rig(ConfigPage::Android, TUsbDevCommand::CPU_4412);
-        QVERIFY(rig.filled);
-        rig.link.plugIn();
-        rig.box("Android RootFs/System Image: ")->setChecked(false);
-        rig.page.USBReportLog(0, "earlier line");
-        QStringList statusTexts;
-        bool progressShown = true;
-        connect(rig.link.command.get(), &TUsbDevCommand::SendMaxSize, &rig.page, [&] {
-            statusTexts << rig.child<QLabel>("statusLabel")->text();
-            for (QWidget *w : rig.page.findChildren<QWidget *>())
-                if (w->objectName() == "transferLabel" || qobject_cast<QProgressBar *>(w))
-                    progressShown = progressShown && w->isVisibleTo(&rig.page);
-        });
-        rig.click("startButton");
-        QVERIFY(!rig.child<QPushButton>("startButton")->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(rig.idleAgain(), 60000);
-        QVERIFY(rig.boxes.isEmpty());
-        QCOMPARE(rig.link.board->receivedTags(), QList<QByteArray>({"hlvn", "kern", "cmdl", "rmdk", "fuig"}));
-        QCOMPARE(statusTexts, QStringList({"Flashing Android BootLoader (Step1/5) ...", "Flashing Android Kernel (Step2/5) ...",
-                                           "Set kernal command line (Step3/5) ...", "Flashing Android Ramdisk (Step4/5) ...",
-                                           "Flashing Android Userdata Image (Step5/5) ..."}));
-        QVERIFY(progressShown);
-        const QStringList lines = rig.log()->toPlainText().split('\n');
-        QCOMPARE(lines.count(QString(59, '-')), 1);
-        QCOMPARE(lines.indexOf(QString(59, '-')), lines.indexOf("earlier line") + 1);
-        QCOMPARE(lines.constLast(), kCompleted);
-        QVERIFY(rig.log()->toHtml().contains("#0000ff"));
-        QVERIFY(rig.child<QPushButton>("cancelButton")->isHidden());
-        QVERIFY(rig.child<QLabel>("statusLabel")->isHidden());
-        rig.page.USBSendFinished(true); // a stray completion while idle starts nothing
-        QVERIFY(!rig.page.isRunning());
-    }
-
     void runFailures_data()
     {
         QTest::addColumn<int>("kind");
@@ -332,33 +296,6 @@ private Q_SLOTS:
             QVERIFY(rig.log()->toHtml().contains("#ff0000") && !rig.link.board->receivedTags().contains("cenk"));
         else
             QVERIFY(!rig.link.board->receivedTags().contains(image == "empty.bin" ? "rbin" : "fuig"));
-    }
-
-    // While the install image streams the user asks to cancel, then the board is pulled.
-    void cancelAndDisconnect()
-    {
-        PageRig rig(ConfigPage::WinCE, TUsbDevCommand::CPU_6410);
-        QVERIFY(rig.write("NK.bin", QByteArray(400000, 'n')));
-        rig.link.plugIn();
-        bool seenRunning = false;
-        QSignalSpy enable(&rig.page, &TConfigView::needEnableControler);
-        connect(rig.link.command.get(), &TUsbDevCommand::SendCurrentPos, &rig.page, [&](int pos) {
-            if (seenRunning || pos == 0 || rig.link.board->receivedSize("cenk") == 0)
-                return;
-            seenRunning = rig.page.isRunning() && !rig.child<QPushButton>("cancelButton")->isHidden();
-            rig.click("cancelButton");
-            QVERIFY(rig.page.isRunning());
-            rig.page.USBConnected(false);
-        });
-        rig.click("startButton");
-        QTRY_VERIFY_WITH_TIMEOUT(seenRunning, 20000);
-        QCOMPARE(rig.boxes, QStringList{"To abort the current operation, restart the board."});
-        QVERIFY(rig.idleAgain());
-        QCOMPARE(enable.size(), 2);
-        // The transfer still ends on the board's side; its outcome must not reopen the run.
-        QTRY_VERIFY_WITH_TIMEOUT(rig.link.view.finished.size() >= 3, 20000);
-        QCOMPARE(rig.boxes.size(), 1);
-        QVERIFY(!rig.page.isRunning());
     }
 };
 

@@ -1,12 +1,14 @@
-// The download tab: which view shows when, and locking while a page flashes.
+// The download tab: its menu, which view shows when, and locking while a page flashes.
 
 #include "app/globals.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
 #include "flashing/tconfigview.h"
 #include "shell/burnsystemwidget.h"
+#include "shell/menubutton.h"
 #include "shell/thomeview.h"
 #include "shell/tmainwidget.h"
+#include "shell/tmenu.h"
 
 #include <QPushButton>
 #include <QTest>
@@ -15,7 +17,9 @@ class TstBurnSystemWidget : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // A page asked for before the board came shows the home view, then itself once the board is there.
+    // A page asked for before the board came shows the home view, then itself once the
+    // board is there; "Settings" is a heading that leaves the page; the flashing page
+    // locks the others (the log's own "Clear" stays usable).
     void viewsAndLocking()
     {
         TMainWidget window;
@@ -25,23 +29,30 @@ private Q_SLOTS:
         gUsbDevCommand->setTransport(board);
         auto *tab = window.findChild<BurnSystemWidget *>();
         window.show();
-        const QStringList names = {"androidView", "linuxView", "winCEView", "nonOSViewRun", "nonOSViewInstall"};
-        tab->switchView(names[2]);
+        const QList<MenuButton *> rows = tab->menu()->allButtons();
+        QTest::mouseClick(rows.at(3), Qt::LeftButton); // Windows CE
         QCOMPARE(tab->visibleView(), tab->homeView());
         board->plugIn();
         gUsbDevCommand->pollBoard();
         QCOMPARE(tab->visibleView(), tab->configView(2));
-        for (int kind = 0; kind < names.size(); ++kind) {
-            tab->switchView(names[kind]);
-            QCOMPARE(tab->visibleView(), tab->configView(kind));
-            QCOMPARE(tab->configView(kind)->geometry(), QRect(201, 0, 686, 621));
-        }
-        tab->switchView(QStringLiteral("aboutView"));
+        QCOMPARE(tab->configView(2)->geometry(), QRect(201, 0, 686, 621));
+        QTest::mouseClick(rows.at(6), Qt::LeftButton);
+        QCOMPARE(tab->visibleView(), tab->configView(2));
+        QVERIFY(!rows.at(6)->isEnabled() && rows.at(3)->isEnabled());
+        QTest::mouseClick(rows.at(8), Qt::LeftButton);
         QCOMPARE(tab->visibleView()->metaObject()->className(), "TAboutView");
+        QTest::mouseClick(rows.at(7), Qt::LeftButton);
+        QCOMPARE(tab->visibleView()->metaObject()->className(), "TLanguageSettingView");
         tab->switchView(QStringLiteral("nosuchView"));
         QCOMPARE(tab->visibleView(), nullptr);
 
-        // The page that flashes locks the others; the log's own "Clear" stays usable.
+        // A recognised board with no row selected brings back the first row.
+        for (MenuButton *row : rows)
+            row->setEnabled(true);
+        tab->menu()->CpuRecognized();
+        QVERIFY(!rows.at(0)->isEnabled());
+        QCOMPARE(tab->visibleView(), tab->homeView());
+
         const auto usable = [&](int kind) {
             bool any = false;
             for (QAbstractButton *b : tab->configView(kind)->findChildren<QAbstractButton *>())
@@ -50,13 +61,32 @@ private Q_SLOTS:
         };
         tab->needEnableControler(false, 1);
         QVERIFY(!tab->quickBootButton()->isEnabled());
-        QVERIFY(usable(1));
-        for (int kind : {0, 2, 3, 4})
-            QVERIFY(!usable(kind));
+        QCOMPARE(QList<bool>({usable(0), usable(1), usable(2), usable(3), usable(4)}), QList<bool>({false, true, false, false, false}));
         tab->needEnableControler(true, 1);
         QVERIFY(tab->quickBootButton()->isEnabled());
-        for (int kind : {0, 2, 3, 4})
-            QVERIFY(usable(kind));
+        QCOMPARE(QList<bool>({usable(0), usable(1), usable(2), usable(3), usable(4)}), QList<bool>(5, true));
+    }
+
+    // At the 12 point English default the rows share a smaller size in which all captions
+    // fit, the status row in both its texts.
+    void captionsFitTheMenu()
+    {
+        for (bool connected : {false, true}) {
+            TMenu menu;
+            QFont f = menu.font();
+            f.setPointSize(12);
+            menu.setFont(f);
+            menu.resize(200, 581);
+            menu.USBConnected(connected);
+            menu.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&menu));
+            QCOMPARE(menu.allButtons().at(1)->text(), connected ? QString("Connected") : QString("Board is not connected"));
+            const QFont shared = menu.allButtons().first()->font();
+            for (MenuButton *row : menu.allButtons()) {
+                QCOMPARE(row->font(), shared);
+                QVERIFY2(QFontMetrics(shared).horizontalAdvance(row->text()) <= 200 - row->textRect().x(), qPrintable(row->text()));
+            }
+        }
     }
 };
 
