@@ -6,11 +6,7 @@
 
 #include <QtTest>
 
-#include <algorithm>
 #include <numeric>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include <fcntl.h>
 #include <linux/usbdevice_fs.h>
@@ -78,7 +74,6 @@ struct FakeSystem {
     QByteArray serialAnswer;
     QList<usbdevfs_ctrltransfer> controls;
     QList<int> bulkScript; // results of the next transfers; an empty script moves everything
-    int bulkErrno = EIO;
     QList<BulkCall> bulks;
     QList<QByteArray> written;
     QList<unsigned> sleeps;
@@ -140,7 +135,7 @@ int fakeIoctl(int fd, unsigned long request, void *arg)
         fake->bulks.append({bulk->ep, bulk->len, bulk->timeout, bulk->data});
         const int result = fake->bulkScript.isEmpty() ? int(bulk->len) : fake->bulkScript.takeFirst();
         if (result < 0)
-            errno = fake->bulkErrno;
+            errno = EIO;
         else if (bulk->ep & 0x80)
             memset(bulk->data, 'r', size_t(result));
         else
@@ -245,6 +240,7 @@ private slots:
         QCOMPARE(usb_open(recordingMatch), nullptr);
         QCOMPARE(m_fake.claims.size(), 1);
         QCOMPARE(offered.size(), 1);
+        QCOMPARE(offered[0].node_writable, uint8_t(1));
         QCOMPARE(m_fake.opens.size(), 3); // the unopenable node is tried for reading too
         QCOMPARE(openDescriptors(), 0);
 
@@ -279,14 +275,6 @@ private slots:
         QCOMPARE(h->desc, -1);
         QCOMPARE(openDescriptors(), 0);
         free(h);
-
-        // A writable node says so.
-        addNode("001/004", downloadDevice(0x0bb4));
-        offered.clear();
-        QVERIFY(QFile::remove(m_dir->filePath("003/009")));
-        Opened w{usb_open(recordingMatch)};
-        QVERIFY(w.h);
-        QCOMPARE(offered.value(0).node_writable, uint8_t(1));
         QCOMPARE(m_fake.readSizes.constLast(), size_t(1024));
     }
 
@@ -314,11 +302,9 @@ private slots:
         QTest::newRow("class 0xfe") << with(good, Interface + 5, 0xfe) << 1;
         const QByteArray foreign = downloadDevice(0x1234); // offered, never accepted
         QTest::newRow("unknown vendor") << foreign << 1;
-        QTest::newRow("vendor 0") << downloadDevice(0) << 1;
         QTest::newRow("endpoint bLength 255") << with(foreign, FirstEndpoint, 255) << 1;
         QTest::newRow("255 interfaces, 9 bytes each")
             << deviceDescriptor(0x1234) + configDescriptor(255) + interfaceDescriptor(0, 0) + interfaceDescriptor(1, 0) << 2;
-        QTest::newRow("255 endpoints") << with(foreign, Interface + 4, 255) << 1;
     }
     void rejectedDescriptors()
     {
@@ -338,12 +324,8 @@ private slots:
         const QByteArray good = downloadDevice();
         QTest::newRow("device descriptor of 20 bytes") << with(deviceDescriptor(), Device, 20) + bytes({0, 0}) + good.mid(18)
                                                        << 0x81 << 0x01;
-        QTest::newRow("audio endpoint of 9 bytes")
-            << deviceDescriptor() + configDescriptor(1) + interfaceDescriptor(0, 2) + with(endpointDescriptor(0x81), 0, 9)
-                   + bytes({0, 0}) + endpointDescriptor(0x01) << 0x81 << 0x01;
-        QTest::newRow("endpoints missing") << good.left(36) << 0 << 0;
         QTest::newRow("second endpoint cut short") << good.left(47) << 0x81 << 0;
-        for (int length : {0, 6, 15 /* beyond the data */})
+        for (int length : {6, 15 /* beyond the data */})
             QTest::addRow("first endpoint bLength %d", length) << with(good, FirstEndpoint, length) << 0 << 0;
         QTest::newRow("second endpoint type 4") << with(good, SecondEndpoint + 1, 4) << 0x81 << 0;
         // Only the first 1024 bytes of a node count: four long interfaces end at 1007, the
@@ -372,7 +354,6 @@ private slots:
         QTest::addColumn<QByteArray>("serial");
         // Header unit, then UTF-16LE units of which only the low byte is kept.
         QTest::newRow("four characters") << 7 << 10 << QByteArray("SN42");
-        QTest::newRow("odd count") << 7 << 7 << QByteArray("SN");
         QTest::newRow("transfer failed") << 7 << -1 << QByteArray();
         QTest::newRow("no serial index: not asked") << 0 << 10 << QByteArray();
     }
@@ -405,11 +386,8 @@ private slots:
         QTest::addColumn<QList<unsigned>>("pieces");
         QTest::addColumn<int>("sleeps");
         QTest::newRow("write 40000") << false << 40000 << QList<int>{} << 40000 << QList<unsigned>{16384, 16384, 7232} << 0;
-        QTest::newRow("write 16385") << false << 16385 << QList<int>{} << 16385 << QList<unsigned>{16384, 1} << 0;
         QTest::newRow("write nothing") << false << 0 << QList<int>{} << 0 << QList<unsigned>{0} << 0;
         QTest::newRow("write, short piece") << false << 40000 << QList<int>{16384, 100} << -1 << QList<unsigned>{16384, 16384} << 0;
-        QTest::newRow("write fails") << false << 100 << QList<int>{-1} << -1 << QList<unsigned>{100} << 0;
-        QTest::newRow("read 40000") << true << 40000 << QList<int>{} << 40000 << QList<unsigned>{16384, 16384, 7232} << 0;
         QTest::newRow("read stops at short piece") << true << 40000 << QList<int>{16384, 0} << 16384 << QList<unsigned>{16384, 16384} << 0;
         QTest::newRow("read, five failures") << true << 64 << QList<int>{-1, -1, -1, -1, -1, 13} << 13 << QList<unsigned>(6, 64) << 5;
         QTest::newRow("read gives up after six") << true << 64 << QList<int>{-1, -1, -1, -1, -1, -1, 64} << -1 << QList<unsigned>(6, 64) << 5;

@@ -37,6 +37,9 @@ private Q_SLOTS:
             QCOMPARE(ConfigPage::isItemUsable(ConfigPage::Android, ConfigPage::kAndroidUserDataLabel, Cpu(cpu)), ramdisk);
             QCOMPARE(ConfigPage::isItemUsable(ConfigPage::Linux, ConfigPage::kLinuxRamdiskLabel, Cpu(cpu)), ramdisk);
             QVERIFY(ConfigPage::isItemUsable(ConfigPage::Android, "Android Kernel: ", Cpu(cpu)));
+            // Only the ramdisk and user data follow the processor: a WinCE or user bin page never greys out.
+            QVERIFY(ConfigPage::isItemUsable(ConfigPage::WinCE, "WinCE6 InstallImage: ", Cpu(cpu)));
+            QVERIFY(ConfigPage::isItemUsable(ConfigPage::UserBinInstall, ConfigPage::kUserBinLabel, Cpu(cpu)));
         }
     }
 

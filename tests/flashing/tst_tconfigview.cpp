@@ -101,19 +101,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("kind");
         QTest::addColumn<int>("cpu");
-        QTest::addColumn<QStringList>("lines"); // the board's hardware lines; empty: its usual ones
         QTest::addColumn<bool>("usable");       // the ramdisk (and user data) the board can take
         QTest::addColumn<bool>("hdmi");
         QTest::addColumn<QString>("userData");
-        QTest::newRow("android 4412") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_4412) << QStringList()
-                                      << true << true << "userdata-8g.img";
-        QTest::newRow("eMMC on the first line is never read") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_4412)
-                                                              << QStringList{"EMMC: 8GB", "CPU: 4412"} << true << true << "userdata.img";
-        QTest::newRow("5250 keeps the plain image") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_5250)
-                                                    << QStringList{"CPU: 5250", "EMMC: 8GB"} << true << true << "userdata.img";
-        QTest::newRow("android 6410") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_6410) << QStringList()
-                                      << false << false << "";
-        QTest::newRow("linux 210") << int(ConfigPage::Linux) << int(TUsbDevCommand::CPU_210) << QStringList() << false
+        QTest::newRow("android 4412") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_4412) << true << true << "userdata-8g.img";
+        QTest::newRow("android 6410") << int(ConfigPage::Android) << int(TUsbDevCommand::CPU_6410) << false << false << "";
+        QTest::newRow("linux 210") << int(ConfigPage::Linux) << int(TUsbDevCommand::CPU_210) << false
                                    << true << "";
     }
     // What the board allows holds after plugging in, refilling, select all and unlocking.
@@ -121,14 +114,11 @@ private Q_SLOTS:
     {
         QFETCH(int, kind);
         QFETCH(int, cpu);
-        QFETCH(QStringList, lines);
         QFETCH(bool, usable);
         QFETCH(bool, hdmi);
         QFETCH(QString, userData);
         PageRig rig(kind, Cpu(cpu));
         QVERIFY(rig.filled);
-        if (!lines.isEmpty())
-            rig.link.board->setHardwareLines(lines);
         rig.link.plugIn();
         if (!userData.isEmpty())
             QCOMPARE(rig.text(ConfigPage::kAndroidUserDataLabel), rig.path(userData));

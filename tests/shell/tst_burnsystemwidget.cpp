@@ -66,28 +66,6 @@ private Q_SLOTS:
         QVERIFY(tab->quickBootButton()->isEnabled());
         QCOMPARE(QList<bool>({usable(0), usable(1), usable(2), usable(3), usable(4)}), QList<bool>(5, true));
     }
-
-    // At the 12 point English default the rows share a smaller size in which all captions
-    // fit, the status row in both its texts.
-    void captionsFitTheMenu()
-    {
-        for (bool connected : {false, true}) {
-            TMenu menu;
-            QFont f = menu.font();
-            f.setPointSize(12);
-            menu.setFont(f);
-            menu.resize(200, 581);
-            menu.USBConnected(connected);
-            menu.show();
-            QVERIFY(QTest::qWaitForWindowExposed(&menu));
-            QCOMPARE(menu.allButtons().at(1)->text(), connected ? QString("Connected") : QString("Board is not connected"));
-            const QFont shared = menu.allButtons().first()->font();
-            for (MenuButton *row : menu.allButtons()) {
-                QCOMPARE(row->font(), shared);
-                QVERIFY2(QFontMetrics(shared).horizontalAdvance(row->text()) <= 200 - row->textRect().x(), qPrintable(row->text()));
-            }
-        }
-    }
 };
 
 QTEST_MAIN(TstBurnSystemWidget)
