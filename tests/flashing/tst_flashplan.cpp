@@ -32,7 +32,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("options"); // L low format, H HDMI, S select all, I invert
         QTest::addColumn<QString>("ram");
-        QTest::addColumn<Texts>("ticked");    // ticked items with their texts ("" = the good file)
+        QTest::addColumn<Texts>("ticked");    // ticked items with their texts: "" a good file, "-" an empty field
         QTest::addColumn<QStringList>("keys");
         QTest::addColumn<QString>("error");
         const QString ram = FlashPlan::kRamAddressKey, cmd = ConfigPage::kCommandLineLabel;
