@@ -1,10 +1,15 @@
-// What the serial assistant sends, as the far end of the line receives it.
+// The serial assistant on a pty pair standing in for a USB serial adapter: the port and its
+// settings, what it sends as the far end receives it, and what it shows of what arrives.
 
+#include "serial/trecvdisplay.h"
 #include "serialtestsupport.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryFile>
+#include <QTextBlock>
 #include <QtTest>
+
+#include <termios.h>
 
 namespace {
 
@@ -18,14 +23,35 @@ QByteArray makeFile(QTemporaryFile &file, int size)
     return content;
 }
 
+// The descriptor this process holds on `device`, to read back what the port set on it.
+int descriptorOf(const QString &device)
+{
+    const QString target = QFileInfo(device).canonicalFilePath();
+    const QDir fds(QStringLiteral("/proc/self/fd"));
+    for (const QString &fd : fds.entryList(QDir::NoDotAndDotDot | QDir::System | QDir::Files | QDir::AllEntries))
+        if (QFileInfo(fds.filePath(fd)).symLinkTarget() == target)
+            return fd.toInt();
+    return -1;
+}
+termios termiosOf(const QString &device)
+{
+    termios tio{};
+    const int fd = descriptorOf(device);
+    if (fd < 0 || tcgetattr(fd, &tio) != 0)
+        qWarning("cannot read the line settings of %s", qPrintable(device));
+    return tio;
+}
+
 } // namespace
 
-class TestSerialSending : public QObject
+class TestSerialAssistant : public QObject
 {
     Q_OBJECT
     std::unique_ptr<OpenDialog> m;
     const DialogControls &c() const { return m->c; }
     const QByteArray &received() const { return m->pty.received(); }
+    QString shown() const { return m->c.edit("recvEdit")->toPlainText(); }
+    bool send(const QByteArray &bytes) { return m->pty.send(bytes); }
 
 private slots:
     void init()
@@ -33,9 +59,89 @@ private slots:
         m = std::make_unique<OpenDialog>();
         if (!m->skip.isEmpty())
             QSKIP(qPrintable(m->skip));
+        m->dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&m->dialog));
         QVERIFY(c().lit());
     }
     void cleanup() { m.reset(); }
+
+
+    // A pty keeps the speed and stop bits it is given (it forces 8 data bits and no parity),
+    // so those show whether a setting reached the device, while open and at the next open.
+    void lineSettingsReachTheDevice()
+    {
+        const QString device = m->pty.deviceEnd();
+        termios tio = termiosOf(device);
+        QCOMPARE(cfgetospeed(&tio), speed_t(B115200));
+        c().choose("baudRateBox", "2400");
+        c().choose("stopBitsBox", "2");
+        tio = termiosOf(device);
+        QCOMPARE(cfgetispeed(&tio), speed_t(B2400));
+        QVERIFY(tio.c_cflag & CSTOPB);
+        QVERIFY(!(tio.c_cflag & CRTSCTS) && !(tio.c_iflag & (IXON | IXOFF)));
+
+        c().button("openCloseButton")->click();
+        QVERIFY(!c().lit() && !c().timer("pollTimer")->isActive());
+        QCOMPARE(descriptorOf(device), -1);
+        c().choose("baudRateBox", "19200");
+        c().choose("stopBitsBox", "1");
+        c().combo("queryModeBox")->setCurrentIndex(1); // event-driven reading needs no poll
+        c().button("openCloseButton")->click();
+        tio = termiosOf(device);
+        QCOMPARE(cfgetospeed(&tio), speed_t(B19200));
+        QVERIFY(!(tio.c_cflag & CSTOPB));
+        QVERIFY(c().lit() && !c().timer("pollTimer")->isActive());
+
+        // A device that does not exist leaves the lamp dark, without a word.
+        c().button("openCloseButton")->click();
+        c().open(QStringLiteral("/dev/ostrakit-no-such-tty"));
+        QVERIFY(!c().lit());
+        QVERIFY(m->messages.texts.isEmpty());
+        QVERIFY(c().edit("recvEdit")->isReadOnly());
+    }
+
+    // Typing in the port box closes the port: the name it shows is the one the next open takes.
+    void editingThePortNameCloses()
+    {
+        QComboBox *port = c().combo("portBox");
+        port->setFocus();
+        QTest::keyClick(port, Qt::Key_End);
+        QVERIFY(c().lit());
+        QTest::keyClick(port, Qt::Key_X);
+        QVERIFY(!c().lit());
+        QCOMPARE(descriptorOf(m->pty.deviceEnd()), -1);
+        QTest::keyClick(port, Qt::Key_Backspace);
+        c().button("openCloseButton")->click();
+        QVERIFY(c().lit());
+    }
+
+    // A USB serial adapter pulled out in the middle of a file transfer: the port closes,
+    // the lamp goes dark, the send controls come back; nothing is left half open.
+    void vanishingDeviceClosesThePort()
+    {
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(QByteArray(1024 * 1024, 'x')) > 0 && file.flush());
+        c().combo("autoSendTypeComboBox")->setCurrentIndex(1);
+        c().fileEdit()->setText(file.fileName());
+        m->pty.setReading(false);
+        c().button("sendFileBtn")->click();
+        QVERIFY(c().progress()->isVisibleTo(&m->dialog));
+        m->pty.stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!c().lit(), 10000);
+        QVERIFY(!c().timer("pollTimer")->isActive());
+        QVERIFY(!c().progress()->isVisibleTo(&m->dialog));
+        QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Send File"));
+        QVERIFY(c().button("sendButton")->isEnabled());
+        c().button("openCloseButton")->click();
+        QVERIFY(!c().lit());
+
+        c().edit("sendEdit")->setPlainText(QStringLiteral("hello"));
+        c().button("sendButton")->click();
+        c().button("sendFileBtn")->click();
+        QCOMPARE(m->messages.texts, QStringList(2, QStringLiteral("Please open the serial port.")));
+        QCOMPARE(m->messages.titles, QStringList(2, QStringLiteral("Message")));
+    }
+
 
     void sendText_data()
     {
@@ -218,7 +324,80 @@ private slots:
         QVERIFY(received().startsWith(content.repeated(whole)));
         QVERIFY(content.startsWith(received().mid(whole * content.size())));
     }
+
+
+    // Text as it comes (a zero byte ends what a read shows); hex per read, where a read
+    // holding 0x80 shows nothing; paused data is dropped, not kept; "Clear" empties.
+    void shownAsItArrives()
+    {
+        QVERIFY(send("U-Boot\r\n=> caf\xe9"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("U-Boot\n=> caf") + QChar(0xe9), 10000);
+        c().button("clearRecvEditBoxBtn")->click();
+        QVERIFY(shown().isEmpty());
+        QVERIFY(send(QByteArray("AB\0CD", 5)));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("AB"), 10000);
+        c().button("clearRecvEditBoxBtn")->click();
+
+        c().box("displayHEXCheckBox")->setChecked(true);
+        QVERIFY(send("AB\r"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D"), 10000);
+        QVERIFY(send("E\x80"));
+        QTest::qWait(200);
+        QVERIFY(send("F"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D46"), 10000);
+
+        c().box("pauseRecvCheckBox")->setChecked(true);
+        QVERIFY(send("lost\n"));
+        QTest::qWait(300);
+        c().box("pauseRecvCheckBox")->setChecked(false);
+        QVERIFY(send("G"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D4647"), 10000);
+    }
+
+    // Received data never clears the box, however far it scrolls; the next appended echo
+    // line does once the box scrolls. The box keeps 800 lines at most.
+    void autoClearAndLineCap()
+    {
+        c().box("autoCleanRecvEditCheckBox")->setChecked(true);
+        c().box("showBackCheckBox")->setChecked(true);
+        QByteArray lines;
+        for (int i = 0; i < 1000; ++i)
+            lines += "line " + QByteArray::number(i) + "\n";
+        QVERIFY(send(lines));
+        QTRY_VERIFY_WITH_TIMEOUT(shown().endsWith(QStringLiteral("line 999\n")), 10000);
+        QVERIFY(c().edit("recvEdit")->document()->blockCount() <= 800);
+        QVERIFY(!shown().contains(QStringLiteral("line 100\n")));
+        c().edit("sendEdit")->setPlainText(QStringLiteral("hi"));
+        c().button("sendButton")->click();
+        QVERIFY(shown().isEmpty());
+        c().button("sendButton")->click();
+        QVERIFY(shown().contains(QStringLiteral("Send: hi")));
+    }
+
+    // A device that never sends a line break cannot grow the box beyond its line cap times
+    // the longest line; every byte still reaches the box.
+    void endlessLineIsBroken()
+    {
+        for (bool hex : {false, true}) {
+            c().box("displayHEXCheckBox")->setChecked(hex);
+            QByteArray stream;
+            for (int i = 0; i < 300000; ++i)
+                stream += char('a' + i % 26);
+            stream += '!';
+            QTextDocument *doc = c().edit("recvEdit")->document();
+            qint64 added = 0;
+            auto counting = connect(doc, &QTextDocument::contentsChange, this, [&](int, int, int chars) { added += chars; });
+            QVERIFY(send(stream));
+            const QString tail = hex ? QStringLiteral("21") : QStringLiteral("!");
+            QTRY_VERIFY_WITH_TIMEOUT(m->pty.allSent() && shown().remove(QLatin1Char('\n')).endsWith(tail), 30000);
+            disconnect(counting);
+            QVERIFY(added >= (hex ? 2 : 1) * stream.size());
+            QVERIFY(doc->blockCount() <= 800);
+            for (QTextBlock b = doc->begin(); b.isValid(); b = b.next())
+                QVERIFY(b.length() - 1 <= TRecvDisplay::MaxLineLength);
+        }
+    }
 };
 
-QTEST_MAIN(TestSerialSending)
-#include "tst_serialsending.moc"
+QTEST_MAIN(TestSerialAssistant)
+#include "tst_serialassistant.moc"
