@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
@@ -223,26 +224,27 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("lcd");
         QTest::addColumn<QList<QByteArray>>("formats");
         QTest::addColumn<bool>("leaves");
+        QTest::addColumn<QString>("step"); // the first transfer's step, as the status line shows it
         QTest::newRow("android")
             << "Android" << "" << "androidView" << QStringList{"Android RootFs/System Image: "} << QStringList() << ""
             << QStringList{"hlvn=android-boot.bin", "kern=zImage", "cmdl=" + kAndroidCmdLine,
                            "rmdk=ramdisk-android.img", "fuig=userdata-8G.img"}
-            << QByteArray("HDMI720P60") << QList<QByteArray>() << false;
+            << QByteArray("HDMI720P60") << QList<QByteArray>() << false << QString("Flashing Android BootLoader (Step2/6) ...");
         QTest::newRow("linux")
             << "Linux" << "" << "linuxView" << QStringList{"Linux Ramdisk: ", "lowFormatCheckBox", "hdmiCheckBox"}
             << QStringList() << ""
             << QStringList{"hlvn=linux-boot.bin", "kern=zImage-linux", "cmdl=" + kLinuxCmdLine, "lfsi=rootfs.img"}
-            << QByteArray() << QList<QByteArray>{"fmtl"} << false;
+            << QByteArray() << QList<QByteArray>{"fmtl"} << false << QString("Flashing Linux BootLoader (Step2/5) ...");
         QTest::newRow("windows ce")
             << "Windows CE" << "" << "winCEView" << QStringList{"WinCE6 BootLoader: "} << QStringList() << ""
-            << QStringList{"celg=logo.bmp", "cenk=NK.bin"} << QByteArray("HDMI720P60") << QList<QByteArray>() << false;
+            << QStringList{"celg=logo.bmp", "cenk=NK.bin"} << QByteArray("HDMI720P60") << QList<QByteArray>() << false << QString("Flashing WinCE6 BootLogo (Step2/3) ...");
         QTest::newRow("user bin run")
             << "User bin (No OS)" << "" << "nonOSViewRun" << QStringList() << QStringList{"No OS Image: =led.bin"}
-            << "40008000" << QStringList{"rbin=led.bin"} << QByteArray() << QList<QByteArray>() << true;
+            << "40008000" << QStringList{"rbin=led.bin"} << QByteArray() << QList<QByteArray>() << true << QString("Downloading and running user-bin (Step2/2) ...");
         QTest::newRow("user bin install")
             << "User bin (No OS)" << "installActionRadioButton" << "nonOSViewInstall" << QStringList()
             << QStringList{"Halvorn: =halvorn-nand.bin", "No OS Image: =led.bin"} << "4000A000"
-            << QStringList{"hlvn=halvorn-nand.bin", "ubin=led.bin"} << QByteArray() << QList<QByteArray>() << false;
+            << QStringList{"hlvn=halvorn-nand.bin", "ubin=led.bin"} << QByteArray() << QList<QByteArray>() << false << QString("Flashing Halvorn (Step2/3) ...");
     }
     void flashEachPage()
     {
@@ -285,14 +287,27 @@ private Q_SLOTS:
             QCOMPARE(field->text(), address);
         }
 
-        // While it runs, the other pages and "Quick Boot" must stay out of reach.
+        // While it runs, the other pages and "Quick Boot" stay out of reach, and the step and
+        // its progress are shown; afterwards the start button is back.
         QList<int> usableMeanwhile; // at the start of every transfer
-        connect(gUsbDevCommand, &TUsbDevCommand::SendMaxSize, page,
-                [&] { usableMeanwhile << program->othersUsable(page->viewKind()); });
+        QStringList steps, hidden;
+        connect(gUsbDevCommand, &TUsbDevCommand::SendMaxSize, page, [&] {
+            usableMeanwhile << program->othersUsable(page->viewKind());
+            steps << page->findChild<QLabel *>("statusLabel")->text();
+            for (const char *name : {"statusLabel", "transferLabel", "cancelButton"})
+                if (!page->findChild<QWidget *>(name)->isVisible())
+                    hidden << name;
+        });
         QVERIFY(flash(page));
         QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
         QCOMPARE(usableMeanwhile, QList<int>(received.size(), 0));
+        QVERIFY2(hidden.isEmpty(), qPrintable(hidden.join(' ')));
+        QTEST(steps.value(0), "step");
+        QVERIFY2(QRegularExpression("\\(Step(\\d+)/\\1\\) \\.\\.\\.$").match(steps.constLast()).hasMatch(), qPrintable(steps.constLast()));
         QCOMPARE(program->othersUsable(page->viewKind()), 5);
+        QVERIFY(page->findChild<QTextEdit *>("logBox")->toHtml().contains("#0000ff")); // the blue last line
+        QVERIFY(page->findChild<QWidget *>("cancelButton")->isHidden());
+        QVERIFY(page->findChild<QWidget *>("statusLabel")->isHidden());
 
         VirtualBoard &board = *program->board;
         QList<QByteArray> tags;
@@ -314,6 +329,7 @@ private Q_SLOTS:
             QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 5000);
             QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
             QCOMPARE(program->page(), page);
+            QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|'))); // its late "failure" does not count
         }
     }
 
@@ -357,10 +373,13 @@ private Q_SLOTS:
         QVERIFY(chooseFolder(menu, folder));
         TConfigView *page = program->page();
         VirtualBoard &board = *program->board;
-        if (pulled) {
-            connect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, [&board, tag](int) {
-                if (board.receivedSize(tag) > 0)
-                    board.unplug();
+        if (pulled) { // the user first asks to cancel, then pulls the cable
+            connect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, [&board, tag, page](int) {
+                if (board.receivedSize(tag) == 0 || !board.isPluggedIn())
+                    return;
+                QTest::mouseClick(page->findChild<QPushButton *>("cancelButton"), Qt::LeftButton);
+                QVERIFY(page->isRunning());
+                board.unplug();
             });
         } else {
             board.setFault(VirtualBoard::Fault::VanishAfterPackets, 3);
@@ -373,8 +392,9 @@ private Q_SLOTS:
         QVERIFY(board.receivedSize(tag) < kBigImage);
         QVERIFY(logText(page).contains("Write USB Error"));
         QVERIFY(!logText(page).contains(kDone));
-        // A lost board is a disconnection, which ends the run without a box.
-        QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
+        // A lost board is a disconnection, which ends the run without a box of its own.
+        QCOMPARE(boxes, pulled ? QStringList{"To abort the current operation, restart the board."} : QStringList());
+        boxes.clear();
         QVERIFY(!page->findChild<QPushButton *>("startButton")->isHidden());
         QVERIFY(page->findChild<QPushButton *>("startButton")->isEnabled());
         QVERIFY(page->findChild<QPushButton *>("cancelButton")->isHidden());

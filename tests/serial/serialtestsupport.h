@@ -11,19 +11,12 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QStringList>
 #include <QTimer>
 
-// The serial assistant's controls, found by their object names as a user finds them by
-// their labels.
+// The serial assistant's controls, found by their object names as a user finds them by labels.
 struct DialogControls
 {
-    explicit DialogControls(SerialPortDialog &d)
-        : dialog(d)
-    {
-    }
-
-    template<class T>
+    template<class T = QWidget>
     T *get(const char *name) const
     {
         T *child = dialog.findChild<T *>(QLatin1String(name));
@@ -31,34 +24,27 @@ struct DialogControls
             qFatal("the serial assistant has no %s", name);
         return child;
     }
-
-    QComboBox *portBox() const { return get<QComboBox>("portBox"); }
-    QPushButton *openClose() const { return get<QPushButton>("openCloseButton"); }
-    HLed *led() const { return get<HLed>("led"); }
-    QPlainTextEdit *recvEdit() const { return get<QPlainTextEdit>("recvEdit"); }
-    QPlainTextEdit *sendEdit() const { return get<QPlainTextEdit>("sendEdit"); }
-    QPushButton *sendButton() const { return get<QPushButton>("sendButton"); }
+    QPushButton *button(const char *name) const { return get<QPushButton>(name); }
     QCheckBox *box(const char *name) const { return get<QCheckBox>(name); }
     QComboBox *combo(const char *name) const { return get<QComboBox>(name); }
     QTimer *timer(const char *name) const { return get<QTimer>(name); }
-    QLineEdit *sendFileEdit() const { return get<QLineEdit>("sendFileEdit"); }
-    QPushButton *sendFileBtn() const { return get<QPushButton>("sendFileBtn"); }
+    QPlainTextEdit *edit(const char *name) const { return get<QPlainTextEdit>(name); }
+    QLineEdit *fileEdit() const { return get<QLineEdit>("sendFileEdit"); }
     QProgressBar *progress() const { return get<QProgressBar>("sendFileProgressBar"); }
-
-    // Puts `path` in the port box and opens it with the button.
+    bool lit() const { return get<HLed>("led")->isOn(); }
     void open(const QString &path) const
     {
-        portBox()->setEditText(path);
-        openClose()->click();
+        combo("portBox")->setEditText(path);
+        button("openCloseButton")->click();
     }
+    void choose(const char *name, const char *text) const { combo(name)->setCurrentIndex(combo(name)->findText(text)); }
 
     SerialPortDialog &dialog;
 };
 
 // Collects the information boxes the dialog would show.
-class MessageLog
+struct MessageLog
 {
-public:
     MessageLog()
     {
         UserDialogs::setInformationHandler([this](QWidget *, const QString &title, const QString &text) {
@@ -67,13 +53,10 @@ public:
         });
     }
     ~MessageLog() { UserDialogs::setInformationHandler(nullptr); }
-
-    QStringList titles;
-    QStringList texts;
+    QStringList titles, texts;
 };
 
-// A dialog whose port is open on one end of a pty pair; `skip` says why when the machine
-// cannot make one.
+// A dialog whose port is open on one end of a pty pair; `skip` says why when the machine cannot make one.
 struct OpenDialog
 {
     OpenDialog()
@@ -81,7 +64,6 @@ struct OpenDialog
         if (pty.start(&skip))
             c.open(pty.deviceEnd());
     }
-
     PtyPair pty;
     QString skip;
     MessageLog messages;

@@ -2,34 +2,30 @@
 
 #include <QtTest>
 
-// Runs with "--debug" among the program's arguments.
+// Runs with "--debug" among the program's arguments: event-driven reading then only counts
+// what waits unread; polling is not affected.
 class TestSerialDebug : public QObject
 {
     Q_OBJECT
-
 private slots:
-    void eventDrivenShowsCountsAndLeavesDataUnread()
+    void eventDrivenShowsCounts()
     {
         OpenDialog d;
         if (!d.skip.isEmpty())
             QSKIP(qPrintable(d.skip));
-        d.c.openClose()->click();
-        d.c.combo("queryModeBox")->setCurrentIndex(1);
-        d.c.openClose()->click();
-        QVERIFY(d.c.led()->isOn());
-
+        const auto reopen = [&](int mode) {
+            d.c.button("openCloseButton")->click();
+            d.c.combo("queryModeBox")->setCurrentIndex(mode);
+            d.c.button("openCloseButton")->click();
+        };
+        reopen(1);
         QVERIFY(d.pty.send("abc"));
-        QTRY_COMPARE_WITH_TIMEOUT(d.c.recvEdit()->toPlainText(), QStringLiteral("3"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText(), QStringLiteral("3"), 10000);
         QVERIFY(d.pty.send("de"));
-        // The count grows because nothing is read.
-        QTRY_COMPARE_WITH_TIMEOUT(d.c.recvEdit()->toPlainText(), QStringLiteral("3\n5"), 10000);
-
-        // Polling is not affected: it reads and shows the data.
-        d.c.openClose()->click();
-        d.c.combo("queryModeBox")->setCurrentIndex(0);
-        d.c.openClose()->click();
+        QTRY_COMPARE_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText(), QStringLiteral("3\n5"), 10000);
+        reopen(0);
         QVERIFY(d.pty.send("fg"));
-        QTRY_VERIFY_WITH_TIMEOUT(d.c.recvEdit()->toPlainText().endsWith(QStringLiteral("fg")), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText().endsWith(QStringLiteral("fg")), 10000);
     }
 };
 
@@ -41,8 +37,7 @@ int main(int argc, char *argv[])
     int appArgc = int(args.size());
     QApplication app(appArgc, args.data());
     TestSerialDebug test;
-    // QtTest gets the arguments without the switch it would not know.
-    return QTest::qExec(&test, argc, argv);
+    return QTest::qExec(&test, argc, argv); // without the switch QtTest would not know
 }
 
 #include "tst_serialdebug.moc"

@@ -57,9 +57,9 @@ void TestSerialPortProblems::openFailureShownByTheLamp()
 
     MessageLog messages;
     SerialPortDialog dialog;
-    DialogControls c(dialog);
+    DialogControls c{dialog};
     c.open(path);
-    QVERIFY(!c.led()->isOn());
+    QVERIFY(!c.get<HLed>("led")->isOn());
     QCOMPARE(reason(c), text.arg(path));
     QVERIFY(messages.texts.isEmpty());
 }
@@ -69,13 +69,13 @@ void TestSerialPortProblems::portInUse()
     OpenDialog first;
     if (!first.skip.isEmpty())
         QSKIP(qPrintable(first.skip));
-    QVERIFY(first.c.led()->isOn());
+    QVERIFY(first.c.get<HLed>("led")->isOn());
     QVERIFY(reason(first.c).isEmpty());
 
     SerialPortDialog second;
-    DialogControls c(second);
+    DialogControls c{second};
     c.open(first.pty.deviceEnd());
-    QVERIFY(!c.led()->isOn());
+    QVERIFY(!c.get<HLed>("led")->isOn());
     QVERIFY2(reason(c).contains(QStringLiteral("\"dialout\" group")), qPrintable(reason(c)));
     QVERIFY(first.messages.texts.isEmpty());
 }
@@ -91,8 +91,8 @@ void TestSerialPortProblems::sendFileThatIsNoFile()
     d.c.combo("autoSendTypeComboBox")->setCurrentIndex(1);
     for (const QString &path : {fifo, dir.path()}) {
         d.messages.texts.clear();
-        d.c.sendFileEdit()->setText(path);
-        d.c.sendFileBtn()->click();
+        d.c.fileEdit()->setText(path);
+        d.c.button("sendFileBtn")->click();
         QCOMPARE(d.messages.texts, QStringList{QStringLiteral("File open failed.")});
         QVERIFY(!d.c.progress()->isVisible());
     }
@@ -111,14 +111,14 @@ void TestSerialPortProblems::farEndGoneMidFile()
     file.close();
 
     // The far end takes a little, then stops reading and finally goes away.
-    d.c.sendFileEdit()->setText(path);
-    d.c.sendFileBtn()->click();
+    d.c.fileEdit()->setText(path);
+    d.c.button("sendFileBtn")->click();
     QTRY_VERIFY(d.pty.received().size() > 0);
     d.pty.setReading(false);
     QTest::qWait(200);
     d.pty.stop();
-    QTRY_VERIFY_WITH_TIMEOUT(!d.c.led()->isOn(), 10000);
-    QCOMPARE(d.c.sendFileBtn()->text(), QStringLiteral("Send File"));
+    QTRY_VERIFY_WITH_TIMEOUT(!d.c.get<HLed>("led")->isOn(), 10000);
+    QCOMPARE(d.c.button("sendFileBtn")->text(), QStringLiteral("Send File"));
     const QRegularExpression said(QStringLiteral("^The port closed during the file send: (\\d+) of %1 bytes were sent\\.$").arg(size));
     const QRegularExpressionMatch match = said.match(reason(d.c));
     QVERIFY2(match.hasMatch(), qPrintable(reason(d.c)));
