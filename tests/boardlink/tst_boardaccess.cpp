@@ -174,14 +174,12 @@ private Q_SLOTS:
         QVERIFY(!usable);
         QCOMPARE(probed.node, node);
         QCOMPARE(probed.error, error);
-        QCOMPARE(probed.vendorId, quint16(0x18d1));
 
         TMainWidget window;
         gUsbDevCommand->Stop();
         QSignalSpy logs(gUsbDevCommand, &TUsbDevice::ReportLog);
         auto *status = window.findChild<QLabel *>(QStringLiteral("statusTextLabel"));
         ResourceOnlyBrowser *home = window.findChild<THomeView *>()->browser();
-        const QString helpPage = home->toPlainText();
 
         gUsbDevCommand->pollBoard();
         QVERIFY2(status->text().contains(node), qPrintable(status->text()));
@@ -212,7 +210,6 @@ private Q_SLOTS:
         QVERIFY(connected.at(0).at(0).toBool());
         QCOMPARE(status->text(), BoardStatus::statusText(true, QString()));
         QVERIFY(!home->toPlainText().contains(QStringLiteral("usb/002/")));
-        QVERIFY(home->toPlainText() != helpPage); // the board's own page
         for (const QList<QVariant> &log : logs.mid(2))
             QVERIFY(!log.at(1).toString().contains(QStringLiteral("usb/002/")));
     }
