@@ -210,7 +210,6 @@ void TestUserInput::bigImageProgress()
     const QStringList maxima = link.view.events.filter(QStringLiteral("Max("));
     QCOMPARE(maxima.size(), 1);
     const int max = maxima.first().mid(4).chopped(1).toInt();
-    QVERIFY(max > 0);
     QCOMPARE(max * link.command->progressUnit(), size);
     QCOMPARE(link.view.positions.constLast(), max);
     QVERIFY(std::is_sorted(link.view.positions.cbegin(), link.view.positions.cend()));
