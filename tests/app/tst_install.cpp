@@ -1,14 +1,23 @@
-// A staged install (DESTDIR) of this build, as a package or an administrator makes it:
-// bin/ holds programs only, the udev rule lies where udev reads rules, and the program
-// started from the staged tree finds its translation and its image set.
+// Installed as a package or an administrator installs it: a staged install (DESTDIR) keeps
+// bin/ for programs, puts the udev rule where udev reads rules, and the program started
+// from there finds its translation and images; "settings.ini" goes where the user may
+// write, and is the file a person writes by hand, with its keys under "[General]".
 
+#include "app/globals.h"
 #include "app/programpaths.h"
+#include "app/startup.h"
+#include "app/userdialogs.h"
 #include "flashing/velkaroini.h"
+#include "shell/languagesetting.h"
+#include "shell/tlanguagesettingview.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QPushButton>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -23,11 +32,17 @@ bool stage(const QString &destdir, const QString &prefix)
     install.setProcessEnvironment(env);
     install.start(QStringLiteral(OSTRAKIT_CMAKE),
                   {QStringLiteral("--install"), QStringLiteral(OSTRAKIT_BUILD_DIR), QStringLiteral("--prefix"), prefix});
-    if (!install.waitForFinished(120000) || install.exitCode() != 0) {
+    const bool done = install.waitForFinished(120000) && install.exitCode() == 0;
+    if (!done)
         qWarning("%s", install.readAll().constData());
-        return false;
-    }
-    return true;
+    return done;
+}
+
+bool writeFile(const QString &path, const QByteArray &data)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
 QByteArray readFile(const QString &path)
@@ -47,7 +62,6 @@ private Q_SLOTS:
         QTemporaryDir dir;
         QVERIFY(stage(dir.path(), QStringLiteral("/usr")));
         const QString bin = dir.filePath(QStringLiteral("usr/bin"));
-
         const QStringList programs = QDir(bin).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
         QVERIFY(programs.contains(QStringLiteral("ostrakit")));
         for (const QString &name : programs) {
@@ -55,8 +69,7 @@ private Q_SLOTS:
             QVERIFY2(QFileInfo(path).isFile() && QFileInfo(path).isExecutable() && readFile(path).startsWith("\x7f" "ELF"),
                      qPrintable(name + QStringLiteral(" is no program")));
         }
-        QVERIFY(QFile::exists(dir.path() + QStringLiteral(OSTRAKIT_SYSTEM_UDEV_RULES_DIR)
-                              + QStringLiteral("/70-ostrakit-halvorn.rules")));
+        QVERIFY(QFile::exists(dir.path() + QStringLiteral(OSTRAKIT_SYSTEM_UDEV_RULES_DIR "/70-ostrakit-halvorn.rules")));
 
         // What the program looks up, from where it lies.
         const QString data = ProgramPaths::dataFolder(bin);
@@ -64,7 +77,7 @@ private Q_SLOTS:
         QTranslator translator;
         QVERIFY(translator.load(data + QStringLiteral("language-cn")));
         QVERIFY(VelkaroIni::programImageSet(QDir::cleanPath(data)).isValid());
-        QVERIFY(QFile::exists(ProgramPaths::dataFolder(bin) + QStringLiteral("70-ostrakit-halvorn.rules")));
+        QVERIFY(QFile::exists(data + QStringLiteral("70-ostrakit-halvorn.rules")));
 
         QProcess version;
         version.start(bin + QStringLiteral("/ostrakit"), {QStringLiteral("--version")});
@@ -74,11 +87,7 @@ private Q_SLOTS:
         // Started in Chinese with the virtual board. Had the translation not been found,
         // start-up would stop at its message box before the board link exists, and the
         // board would never be asked what it is.
-        QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("home/.config/Ostrakit"))));
-        QFile settings(dir.filePath(QStringLiteral("home/.config/Ostrakit/settings.ini")));
-        QVERIFY(settings.open(QIODevice::WriteOnly));
-        settings.write("[General]\nlanguage=cn\n");
-        settings.close();
+        QVERIFY(writeFile(dir.filePath(QStringLiteral("home/.config/Ostrakit/settings.ini")), "[General]\nlanguage=cn\n"));
         const QString trace = dir.filePath(QStringLiteral("trace.txt"));
         QProcess program;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -95,7 +104,6 @@ private Q_SLOTS:
         program.kill();
         program.waitForFinished();
         QVERIFY2(readFile(trace).contains("GETHW 0"), program.readAllStandardError().constData());
-        // An installed program leaves no settings beside itself.
         QVERIFY(!QFile::exists(bin + QStringLiteral("/settings.ini")));
     }
 
@@ -107,6 +115,74 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(dir.filePath(QStringLiteral("etc/udev/rules.d/70-ostrakit-halvorn.rules"))));
         QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("usr/local/lib/udev"))));
         QVERIFY(QFile::exists(dir.filePath(QStringLiteral("usr/local/share/ostrakit/language-cn.qm"))));
+    }
+
+    void whichSettingsFile_data()
+    {
+        QTest::addColumn<bool>("readOnly");
+        QTest::addColumn<bool>("installed");
+        QTest::newRow("build tree or portable copy") << false << false;
+        QTest::newRow("read-only program folder") << true << false;
+        QTest::newRow("installed bin/") << false << true;
+    }
+    void whichSettingsFile()
+    {
+        QFETCH(bool, readOnly);
+        QFETCH(bool, installed);
+        QTemporaryDir dir;
+        const QString bin = dir.filePath(QStringLiteral("bin"));
+        QVERIFY(QDir().mkpath(bin));
+        if (installed)
+            QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("share/ostrakit"))));
+        if (readOnly)
+            QVERIFY(QFile::setPermissions(bin, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+        const QString config = dir.filePath(QStringLiteral("config"));
+        QCOMPARE(ProgramPaths::settingsFile(bin, config), readOnly || installed ? config + QStringLiteral("/Ostrakit/settings.ini")
+                                                                                : bin + QStringLiteral("/settings.ini"));
+        QFile::setPermissions(bin, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    // An installed program with no per-user file yet: a "[General]" file written by hand
+    // beside it starts it in Chinese; the language view then writes the user's own file,
+    // again under "[General]", and leaves the administrator's alone.
+    void handWrittenGeneralSection()
+    {
+        UserDialogs::setInformationHandler([](QWidget *, const QString &, const QString &) {});
+        QTemporaryDir dir;
+        const QString bin = dir.filePath(QStringLiteral("bin"));
+        const QString config = dir.filePath(QStringLiteral("config"));
+        QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("share/ostrakit"))));
+        QVERIFY(QFile::copy(QStringLiteral(OSTRAKIT_BUILT_QM), dir.filePath(QStringLiteral("share/ostrakit/language-cn.qm"))));
+        const QByteArray byHand = "[General]\nlanguage=cn\nfontSize_cn=11\n";
+        QVERIFY(writeFile(bin + QStringLiteral("/settings.ini"), byHand));
+
+        gLanguage = -1;
+        {
+            QSettings settings(ProgramPaths::settingsFileToRead(bin, config), QSettings::IniFormat);
+            Startup::applyLanguage(*qApp, ProgramPaths::dataFolder(bin), settings);
+        }
+        QCOMPARE(gLanguage, 1);
+        QCOMPARE(QApplication::font().pointSize(), 11);
+
+        TLanguageSettingView view;
+        view.setSettingsFile(ProgramPaths::settingsFile(bin, config));
+        for (QPushButton *button : view.findChildren<QPushButton *>()) {
+            if (button->text() == QLatin1String("English"))
+                QTest::mouseClick(button, Qt::LeftButton);
+        }
+        const QByteArray written = readFile(config + QStringLiteral("/Ostrakit/settings.ini"));
+        QVERIFY2(written.startsWith("[General]\n") && written.contains("\nlanguage=en\n"), written.constData());
+        QCOMPARE(readFile(bin + QStringLiteral("/settings.ini")), byHand);
+        QCOMPARE(ProgramPaths::settingsFileToRead(bin, config), config + QStringLiteral("/Ostrakit/settings.ini"));
+
+        // A file an earlier release wrote under "[%General]" keeps its language, and the
+        // next choice leaves one "[General]" section.
+        const QString earlier = dir.filePath(QStringLiteral("earlier.ini"));
+        QVERIFY(writeFile(earlier, "[%General]\nlanguage=cn\n"));
+        QSettings settings(earlier, QSettings::IniFormat);
+        QCOMPARE(Startup::settingValue(settings, QStringLiteral("language"), QStringLiteral("en")).toString(), QStringLiteral("cn"));
+        setLanguageSetting(QStringLiteral("en"), earlier);
+        QCOMPARE(readFile(earlier), QByteArray("[General]\nlanguage=en\n"));
     }
 };
 

@@ -53,14 +53,6 @@ QByteArray fileBytes(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The summary row of a board: "virtual-2   failed   0:01 ...".
-QString summaryRow(const QString &out, const QString &board)
-{
-    const QRegularExpression row(QStringLiteral("^%1 +(done|failed)\\b.*$").arg(board),
-                                 QRegularExpression::MultilineOption);
-    return row.match(out).captured(0);
-}
-
 } // namespace
 
 class FlashCliTest : public QObject
@@ -156,14 +148,13 @@ private Q_SLOTS:
         // Two images folders: one whose file lists no install image, one whose install
         // image is empty.
         QTemporaryDir dir;
-        for (const char *folder : {"cut", "empty"}) {
-            QVERIFY(QDir(dir.path()).mkdir(QLatin1String(folder)));
-            QFile ini(dir.filePath(QStringLiteral("%1/Velkaro.ini").arg(QLatin1String(folder))));
+        for (const QString folder : {QStringLiteral("cut"), QStringLiteral("empty")}) {
+            QVERIFY(QDir(dir.path()).mkdir(folder));
+            QFile ini(dir.filePath(folder + QStringLiteral("/Velkaro.ini")));
             QVERIFY(ini.open(QIODevice::WriteOnly));
-            ini.write("WindowsCE6-Bootloader = halvorn.bin\n");
-            if (qstrcmp(folder, "empty") == 0)
-                ini.write("WindowsCE6-InstallImage = NK.bin\n");
-            QVERIFY(QFile::copy(images + "/halvorn.bin", dir.filePath(QStringLiteral("%1/halvorn.bin").arg(QLatin1String(folder)))));
+            ini.write(folder == QLatin1String("cut") ? "WindowsCE6-Bootloader = halvorn.bin\n"
+                                                     : "WindowsCE6-Bootloader = halvorn.bin\nWindowsCE6-InstallImage = NK.bin\n");
+            QVERIFY(QFile::copy(images + "/halvorn.bin", dir.filePath(folder + QStringLiteral("/halvorn.bin"))));
         }
         QVERIFY(QFile(dir.filePath(QStringLiteral("empty/NK.bin"))).open(QIODevice::WriteOnly));
         for (QString &argument : arguments) {
@@ -174,17 +165,10 @@ private Q_SLOTS:
         const Outcome run = flash(arguments);
         QVERIFY2(QRegularExpression(expected).match(run.out + run.err).hasMatch(), qPrintable(run.out + run.err));
         QCOMPARE(run.exitCode, exitCode);
-        if (exitCode == 1) {
-            // The boards that did not fail went on to the end.
-            for (const QString &board : {QStringLiteral("virtual-1"), QStringLiteral("virtual-2"), QStringLiteral("virtual-3")}) {
-                const QString row = summaryRow(run.out, board);
-                QVERIFY(row.isEmpty() || QRegularExpression(expected).match(row).hasMatch()
-                        || row.contains(QLatin1String(" done ")));
-            }
-            QCOMPARE(run.out.count(QRegularExpression(QStringLiteral("^virtual-\\d +done "),
-                                                      QRegularExpression::MultilineOption)),
+        // The boards that did not fail went on to the end.
+        if (exitCode == 1)
+            QCOMPARE(run.out.count(QRegularExpression(QStringLiteral("^virtual-\\d +done "), QRegularExpression::MultilineOption)),
                      arguments.count(QStringLiteral("--virtual-board")) - 1);
-        }
     }
 
     // --json: every line an object; the events of a run in their order, ending in run-done.

@@ -207,14 +207,12 @@ private slots:
     void pulledCableEndsTheTransferAtOnce_data()
     {
         QTest::addColumn<QString>("fault");
-        QTest::addColumn<qint64>("limitMs");
-        QTest::newRow("cable pulled mid-transfer") << "vanish" << qint64(500);
-        QTest::newRow("board stops answering, then the cable is pulled") << "silent" << qint64(500);
+        QTest::newRow("cable pulled mid-transfer") << "vanish";
+        QTest::newRow("board stops answering, then the cable is pulled") << "silent";
     }
     void pulledCableEndsTheTransferAtOnce()
     {
         QFETCH(QString, fault);
-        QFETCH(qint64, limitMs);
         Gadget board({QStringLiteral("4412"), kOut, fault, QStringLiteral("8")});
         Link link;
         QVERIFY(link.waitAttached());
@@ -226,7 +224,7 @@ private slots:
         QVERIFY(stamp.open(QIODevice::ReadOnly));
         const qint64 unpluggedToOutcomeUs = (endedAt - stamp.readAll().toLongLong()) / 1000;
         qInfo("%s: unplug to SendFinished(false): %lld us (guest clock)", qPrintable(fault), unpluggedToOutcomeUs);
-        QVERIFY(unpluggedToOutcomeUs >= 0 && unpluggedToOutcomeUs < limitMs * 1000);
+        QVERIFY(unpluggedToOutcomeUs >= 0 && unpluggedToOutcomeUs < 500000);
         QCOMPARE(link.connected.count(), 2);
         QCOMPARE(link.connected.last().at(0).toBool(), false);
         QCOMPARE(link.errors(), QStringList({QStringLiteral("Read USB Error"), QStringLiteral("Data not accepted by the board")}));
@@ -255,7 +253,8 @@ private slots:
     }
 
     // A node the user may not open, or may only read: the search goes on, tick after
-    // tick, without a crash; root then still finds the board.
+    // tick, without a crash, and says once which node it is and what to do; root then
+    // still finds the board.
     void nodeTheUserMayNotUse_data()
     {
         QTest::addColumn<int>("mode");
@@ -285,8 +284,10 @@ private slots:
         QVERIFY2(user.exitCode() == 0, said.constData());
         const QList<QByteArray> lines = said.trimmed().split('\n');
         QCOMPARE(lines.first(), QByteArray("3 searches, no board"));
-        for (const QByteArray &logged : lines.mid(1))
-            qInfo("mode %o, as a user, the log says: %s", mode, logged.constData());
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines.at(1).contains(QFile::encodeName(node)) && lines.at(1).contains("70-ostrakit-halvorn.rules"),
+                 said.constData());
+        qInfo("mode %o, as a user, the log says: %s", mode, lines.at(1).constData());
 
         QVERIFY(chmod(QFile::encodeName(node).constData(), 0600) == 0);
         Link link;
