@@ -306,8 +306,8 @@ private Q_SLOTS:
         QVERIFY2(QRegularExpression("\\(Step(\\d+)/\\1\\) \\.\\.\\.$").match(steps.constLast()).hasMatch(), qPrintable(steps.constLast()));
         QCOMPARE(program->othersUsable(page->viewKind()), 5);
         QVERIFY(page->findChild<QTextEdit *>("logBox")->toHtml().contains("#0000ff")); // the blue last line
-        QVERIFY(page->findChild<QWidget *>("cancelButton")->isHidden());
-        QVERIFY(page->findChild<QWidget *>("statusLabel")->isHidden());
+        for (const char *name : {"statusLabel", "transferLabel", "cancelButton"}) // no stale speed or step left behind
+            QVERIFY2(page->findChild<QWidget *>(name)->isHidden(), name);
 
         VirtualBoard &board = *program->board;
         QList<QByteArray> tags;
