@@ -17,14 +17,12 @@ class SignalRecorder : public QObject
 {
     Q_OBJECT
 public:
-    QStringList events; // connections, sizes, descriptions and processors, in order
+    QStringList events; // connections, sizes, descriptions ("Attached:<text>") and processors, in order
     QStringList logs;   // "level:text"
     QList<bool> finished;
     QList<int> positions;
-    QStringList attached;
 
-    int count(const QString &event) const { return int(events.count(event)); }
-    void clear() { events.clear(), logs.clear(), attached.clear(), finished.clear(), positions.clear(); }
+    void clear() { events.clear(), logs.clear(), finished.clear(), positions.clear(); }
 
 public Q_SLOTS:
     void USBConnected(bool on) { events << (on ? "Connected(true)" : "Connected(false)"); }
@@ -32,7 +30,7 @@ public Q_SLOTS:
     void USBSendFinished(bool ok) { finished << ok; }
     void USBSendMaxSize(int size) { events << QStringLiteral("Max(%1)").arg(size); }
     void USBSendCurrentPos(int pos) { positions << pos; }
-    void USBNewDeviceAttached(QString text) { events << QStringLiteral("Attached"); attached << text; }
+    void USBNewDeviceAttached(QString text) { events << "Attached:" + text; }
     void CpuRecognized() { events << QStringLiteral("Cpu"); }
 };
 
