@@ -9,7 +9,6 @@
 
 #include <QDeadlineTimer>
 #include <QTest>
-#include <QTimer>
 
 #include <memory>
 
