@@ -7,11 +7,8 @@
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
 
-#include <QEventLoop>
-#include <QObject>
-#include <QStringList>
+#include <QDeadlineTimer>
 #include <QTest>
-#include <QTimer>
 
 #include <memory>
 
@@ -19,21 +16,12 @@ class SignalRecorder : public QObject
 {
     Q_OBJECT
 public:
-    QStringList events; // connections, sizes, descriptions and processors, in order
+    QStringList events; // connections, sizes, descriptions ("Attached:<text>") and processors, in order
     QStringList logs;   // "level:text"
     QList<bool> finished;
     QList<int> positions;
-    QStringList attached;
 
-    int count(const QString &event) const { return int(events.count(event)); }
-    void clear()
-    {
-        events.clear();
-        logs.clear();
-        finished.clear();
-        positions.clear();
-        attached.clear();
-    }
+    void clear() { events.clear(), logs.clear(), finished.clear(), positions.clear(); }
 
 public Q_SLOTS:
     void USBConnected(bool on) { events << (on ? "Connected(true)" : "Connected(false)"); }
@@ -41,11 +29,7 @@ public Q_SLOTS:
     void USBSendFinished(bool ok) { finished << ok; }
     void USBSendMaxSize(int size) { events << QStringLiteral("Max(%1)").arg(size); }
     void USBSendCurrentPos(int pos) { positions << pos; }
-    void USBNewDeviceAttached(QString text)
-    {
-        events << QStringLiteral("Attached");
-        attached << text;
-    }
+    void USBNewDeviceAttached(QString text) { events << "Attached:" + text; }
     void CpuRecognized() { events << QStringLiteral("Cpu"); }
 };
 
@@ -72,14 +56,9 @@ struct BoardLink
     // that a stray further outcome would be seen.
     bool waitFinished(int count = 1, int timeoutMs = 120000)
     {
-        QEventLoop loop;
-        QObject::connect(command.get(), &TUsbDevCommand::SendFinished, &loop, [&] {
-            if (view.finished.size() >= count) // the view, connected first, has counted it
-                QTimer::singleShot(0, &loop, &QEventLoop::quit);
-        });
-        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-        if (view.finished.size() < count)
-            loop.exec();
+        QDeadlineTimer deadline(timeoutMs);
+        while (view.finished.size() < count && !deadline.hasExpired())
+            QTest::qWait(5);
         QTest::qWait(20);
         return view.finished.size() >= count;
     }
