@@ -13,6 +13,8 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTextEdit>
 #include <QtTest>
@@ -196,6 +198,11 @@ private Q_SLOTS:
         hdmi->setChecked(true);
         QCOMPARE(rig.log()->toPlainText().split('\n'), QStringList({ConfigPage::hdmiHint(), "Board connected", ConfigPage::hdmiHint()}));
         QVERIFY(rig.log()->toHtml().contains("#008000"));
+
+        PageRig install(ConfigPage::UserBinInstall, TUsbDevCommand::CPU_2440); // its "run" choice leads back
+        QSignalSpy switched(&install.page, &TConfigView::switchView);
+        QTest::mouseClick(install.child<QRadioButton>("runActionRadioButton"), Qt::LeftButton);
+        QCOMPARE(switched.value(0).value(0).toString(), QString("nonOSViewRun"));
     }
 
     void runFailures_data()
