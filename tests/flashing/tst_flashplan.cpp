@@ -117,13 +117,10 @@ private Q_SLOTS:
         const int c4412 = TUsbDevCommand::CPU_4412;
         QTest::newRow("low format") << "LowFormat" << false << c4412 << "Low formatting Nand Flash (Step3/12) ..." << int(FlashStep::LowFormat);
         QTest::newRow("LCD") << "SetLCDMode" << false << c4412 << "Set LCD Type (Step3/12) ..." << int(FlashStep::SendLcdType);
-        QTest::newRow("WinCE loader") << "WinCE6 BootLoader: " << false << c4412 << "Flashing WinCE6 BootLoader (Step3/12) ..." << int(FlashStep::SendHalvorn);
         QTest::newRow("command line") << "Kernel CommandLine: " << false << c4412 << "Set kernal command line (Step3/12) ..." << int(FlashStep::SendCmdLine);
         QTest::newRow("system, slash kept") << "Android RootFs/System Image: " << false << c4412 << "Flashing Android RootFs/System Image (Step3/12) ..." << int(FlashStep::SendLinuxFs);
         QTest::newRow("user data, 5250") << "Android Userdata Image: " << false << int(TUsbDevCommand::CPU_5250) << "Flashing Android Userdata Image (Step3/12) ..." << int(FlashStep::SendUserDataFs);
         QTest::newRow("user data, 6410") << "Android Userdata Image: " << false << int(TUsbDevCommand::CPU_6410) << "Flashing Android Userdata Image (Step3/12) ..." << int(FlashStep::Unsupported);
-        QTest::newRow("user bin, run") << "No OS Image: " << true << c4412 << "Downloading and running user-bin (Step3/12) ..." << int(FlashStep::SendUserBin);
-        QTest::newRow("user bin, install") << "No OS Image: " << false << c4412 << "Flashing No OS Image (Step3/12) ..." << int(FlashStep::SendUserBin);
         QTest::newRow("address") << FlashPlan::kRamAddressKey << true << c4412 << "Set RAM address of user-bin (Step3/12) ..." << int(FlashStep::SendAddrOfUserBin);
         QTest::newRow("label without its blank") << "Android Kernel:" << false << c4412 << "" << int(FlashStep::Unsupported);
     }
