@@ -23,13 +23,13 @@ QByteArray makeFile(QTemporaryFile &file, int size)
     return content;
 }
 
-// The line settings on the descriptor this process holds on `device`; false when it holds none.
-bool termiosOf(const QString &device, termios *tio)
+// The line settings on the port's own descriptor on the device; false when it holds none.
+bool termiosOf(const PtyPair &pty, termios *tio)
 {
-    const QString target = QFileInfo(device).canonicalFilePath();
+    const QString target = QFileInfo(pty.deviceEnd()).canonicalFilePath();
     const QDir fds(QStringLiteral("/proc/self/fd"));
     for (const QString &fd : fds.entryList(QDir::System | QDir::AllEntries | QDir::NoDotAndDotDot))
-        if (QFileInfo(fds.filePath(fd)).symLinkTarget() == target)
+        if (fd.toInt() != pty.ownDeviceFd() && QFileInfo(fds.filePath(fd)).symLinkTarget() == target)
             return tcgetattr(fd.toInt(), tio) == 0;
     return false;
 }
@@ -68,20 +68,20 @@ private slots:
         termios tio{};
         c().choose("baudRateBox", "2400");
         c().choose("stopBitsBox", "2");
-        QVERIFY(termiosOf(m->pty.deviceEnd(), &tio) && cfgetispeed(&tio) == B2400 && (tio.c_cflag & CSTOPB));
+        QVERIFY(termiosOf(m->pty, &tio) && cfgetispeed(&tio) == B2400 && (tio.c_cflag & CSTOPB));
         QVERIFY(!(tio.c_cflag & CRTSCTS) && !(tio.c_iflag & (IXON | IXOFF)));
         c().button("openCloseButton")->click();
-        QVERIFY(!c().lit() && !c().timer("pollTimer")->isActive() && !termiosOf(m->pty.deviceEnd(), &tio));
+        QVERIFY(!c().lit() && !c().timer("pollTimer")->isActive() && !termiosOf(m->pty, &tio));
         c().choose("baudRateBox", "19200");
         c().choose("stopBitsBox", "1");
         c().combo("queryModeBox")->setCurrentIndex(1); // event-driven reading needs no poll
         c().button("openCloseButton")->click();
-        QVERIFY(termiosOf(m->pty.deviceEnd(), &tio) && cfgetospeed(&tio) == B19200 && !(tio.c_cflag & CSTOPB));
+        QVERIFY(termiosOf(m->pty, &tio) && cfgetospeed(&tio) == B19200 && !(tio.c_cflag & CSTOPB));
         QVERIFY(c().lit() && !c().timer("pollTimer")->isActive() && c().edit("recvEdit")->isReadOnly());
 
         c().combo("portBox")->setFocus();
         QTest::keyClicks(c().combo("portBox"), "x");
-        QVERIFY(!c().lit() && !termiosOf(m->pty.deviceEnd(), &tio));
+        QVERIFY(!c().lit() && !termiosOf(m->pty, &tio));
         sendText(QStringLiteral("hello"));
         QCOMPARE(m->messages.texts, QStringList(QStringLiteral("Please open the serial port.")));
         QCOMPARE(m->messages.titles, QStringList(QStringLiteral("Message")));
