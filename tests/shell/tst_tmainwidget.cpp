@@ -100,7 +100,7 @@ private Q_SLOTS:
         QTest::mouseClick(rows.at(6), Qt::LeftButton);
         QVERIFY(tab->visibleView() == tab->configView(2) && !rows.at(6)->isEnabled() && rows.at(3)->isEnabled());
 
-        // Each language button stores its language (and nothing else of the file), and asks for a restart.
+        // The language button stores its language (and nothing else of the file), and asks for a restart.
         QTest::mouseClick(rows.at(7), Qt::LeftButton);
         auto *languages = qobject_cast<TLanguageSettingView *>(tab->visibleView());
         QVERIFY(languages);
@@ -110,17 +110,13 @@ private Q_SLOTS:
         const QString path = folder.filePath(QStringLiteral("settings.ini"));
         QSettings(path, QSettings::IniFormat).setValue(QStringLiteral("fontSize_cn"), 14);
         languages->setSettingsFile(path);
-        for (const QString &row : {"中文|cn|1|Message|请重新启动一下Ostrakit.", "English|en|0|Message|Ready, Please restart Ostrakit."}) {
-            const QStringList r = row.split('|');
-            for (QPushButton *button : languages->findChildren<QPushButton *>())
-                if (button->text() == r[0])
-                    QTest::mouseClick(button, Qt::LeftButton);
-            QSettings settings(path, QSettings::IniFormat);
-            QCOMPARE(settings.value(QStringLiteral("language")).toString() + settings.value(QStringLiteral("fontSize_cn")).toString(), r[1] + "14");
-            QCOMPARE(gLanguage, r[2].toInt());
-            QCOMPARE(boxes, QStringList(r[3] + '|' + r[4]));
-            boxes.clear();
-        }
+        for (QPushButton *button : languages->findChildren<QPushButton *>())
+            if (button->text() == QStringLiteral("中文"))
+                QTest::mouseClick(button, Qt::LeftButton);
+        QSettings settings(path, QSettings::IniFormat);
+        QCOMPARE(settings.value(QStringLiteral("language")).toString() + settings.value(QStringLiteral("fontSize_cn")).toString(), "cn14");
+        QCOMPARE(gLanguage, 1);
+        QCOMPARE(boxes, QStringList("Message|请重新启动一下Ostrakit."));
         UserDialogs::setInformationHandler({});
 
         // A recognised board with no row selected brings back the first row.
