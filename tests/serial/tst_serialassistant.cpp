@@ -211,6 +211,25 @@ private slots:
         QVERIFY(!c().box("autoSendCheckBox")->isChecked() && m->messages.texts.isEmpty());
     }
 
+    // Each tick that finds the last transfer over sends the file again from its start;
+    // ticks during a transfer leave it alone, so the far end sees whole copies in a row.
+    void autoFile()
+    {
+        QTemporaryFile file;
+        const QByteArray content = makeFile(file, 200 * 1024);
+        c().combo("autoSendTypeComboBox")->setCurrentIndex(1);
+        c().choose("autoSendComboBox", "500");
+        c().fileEdit()->setText(file.fileName());
+        m->pty.setReading(false);
+        c().box("autoSendCheckBox")->click();
+        QTest::qWait(1200);
+        m->pty.setReading(true);
+        QTRY_VERIFY_WITH_TIMEOUT(received().size() >= 2 * content.size() + 1000, 30000);
+        c().box("autoSendCheckBox")->click();
+        const int whole = int(received().size() / content.size());
+        QVERIFY(received().startsWith(content.repeated(whole)) && content.startsWith(received().mid(whole * content.size())));
+    }
+
     // Text as it comes (a zero byte ends what a read shows); hex per read, where a read
     // holding 0x80 shows nothing; paused data is dropped, not kept; "Clear" empties. With
     // auto clear, received data never clears the box, the next echo line does once it scrolls.
