@@ -1,69 +1,24 @@
 #include "ptypair.h"
 
-#include <QDeadlineTimer>
-#include <QFileInfo>
+#include <QFile>
 #include <QSocketNotifier>
-#include <QStandardPaths>
-#include <QThread>
 
 #include <cerrno>
 #include <fcntl.h>
+#include <pty.h>
 #include <termios.h>
 #include <unistd.h>
 
-PtyPair::PtyPair() = default;
-
-PtyPair::~PtyPair()
-{
-    stop();
-}
-
-QString PtyPair::deviceEnd() const
-{
-    return m_dir.filePath(QStringLiteral("device"));
-}
-
-QString PtyPair::farEnd() const
-{
-    return m_dir.filePath(QStringLiteral("far"));
-}
-
 bool PtyPair::start(QString *why)
 {
-    const QString socat = QStandardPaths::findExecutable(QStringLiteral("socat"));
-    if (socat.isEmpty()) {
-        *why = QStringLiteral("socat is not installed (apt-get install socat)");
+    termios raw{};
+    if (!m_dir.isValid() || openpty(&m_farFd, &m_deviceFd, nullptr, nullptr, nullptr) != 0
+        || tcgetattr(m_deviceFd, &raw) != 0 || (cfmakeraw(&raw), tcsetattr(m_deviceFd, TCSANOW, &raw)) != 0
+        || fcntl(m_farFd, F_SETFL, O_NONBLOCK) != 0
+        || !QFile::link(QString::fromLocal8Bit(ttyname(m_deviceFd)), deviceEnd())) {
+        *why = QStringLiteral("cannot make a pseudo terminal: ") + QString::fromLocal8Bit(strerror(errno));
         return false;
     }
-    if (!m_dir.isValid()) {
-        *why = QStringLiteral("no temporary folder");
-        return false;
-    }
-    const QString pty = QStringLiteral("pty,raw,echo=0,link=");
-    m_socat.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_socat.start(socat, {QStringLiteral("-d"), QStringLiteral("-d"), pty + deviceEnd(), pty + farEnd()});
-    if (!m_socat.waitForStarted(10000)) {
-        *why = QStringLiteral("socat did not start: ") + m_socat.errorString();
-        return false;
-    }
-    // socat makes the links once both terminals exist; a test helper may wait here.
-    const QDeadlineTimer deadline(10000);
-    while (!(QFileInfo::exists(deviceEnd()) && QFileInfo::exists(farEnd()))) {
-        if (deadline.hasExpired() || m_socat.state() != QProcess::Running) {
-            *why = QStringLiteral("socat made no pty links");
-            return false;
-        }
-        QThread::msleep(10);
-    }
-    m_farFd = ::open(QFile::encodeName(farEnd()).constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (m_farFd < 0) {
-        *why = QStringLiteral("cannot open the far end: ") + QString::fromLocal8Bit(strerror(errno));
-        return false;
-    }
-    termios tio {};
-    tcgetattr(m_farFd, &tio);
-    cfmakeraw(&tio);
-    tcsetattr(m_farFd, TCSANOW, &tio);
     m_notifier = new QSocketNotifier(m_farFd, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &PtyPair::readFar);
     m_writeNotifier = new QSocketNotifier(m_farFd, QSocketNotifier::Write, this);
@@ -79,13 +34,11 @@ void PtyPair::stop()
     delete m_writeNotifier;
     m_writeNotifier = nullptr;
     m_pending.clear();
-    if (m_farFd >= 0) {
-        ::close(m_farFd);
-        m_farFd = -1;
-    }
-    if (m_socat.state() != QProcess::NotRunning) {
-        m_socat.kill();
-        m_socat.waitForFinished(10000);
+    QFile::remove(deviceEnd());
+    for (int *fd : {&m_farFd, &m_deviceFd}) {
+        if (*fd >= 0)
+            ::close(*fd);
+        *fd = -1;
     }
 }
 
@@ -98,12 +51,9 @@ void PtyPair::setReading(bool on)
 void PtyPair::readFar()
 {
     char buffer[65536];
-    for (;;) {
-        const ssize_t n = ::read(m_farFd, buffer, sizeof buffer);
-        if (n <= 0)
-            break;
+    ssize_t n;
+    while ((n = ::read(m_farFd, buffer, sizeof buffer)) > 0)
         m_received.append(buffer, n);
-    }
 }
 
 bool PtyPair::send(const QByteArray &data)

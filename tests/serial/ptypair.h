@@ -2,29 +2,28 @@
 
 #include <QByteArray>
 #include <QObject>
-#include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
 
 class QSocketNotifier;
 
-// Two connected pseudo terminals made by socat: the program under test opens one end
-// like a serial device, the test talks on the other.
+// A pseudo terminal standing in for a USB serial adapter: the program under test opens the
+// device end like a serial device, the test talks on the far (master) end.
 class PtyPair : public QObject
 {
     Q_OBJECT
 
 public:
-    PtyPair();
-    ~PtyPair() override;
+    ~PtyPair() override { stop(); }
 
-    // Starts socat and opens the far end. On failure `why` says what is missing.
+    // Makes the terminal; on failure `why` says what went wrong.
     bool start(QString *why);
-    // Ends socat: both pseudo terminals vanish, as a pulled USB adapter does.
+    // Hangs up and removes the device, as a pulled USB adapter does.
     void stop();
 
-    QString deviceEnd() const; // for the program under test
-    QString farEnd() const;
+    QString deviceEnd() const { return m_dir.filePath(QStringLiteral("device")); }
+    // The descriptor the pair itself keeps on the device end, so the far end never sees a hang-up.
+    int ownDeviceFd() const { return m_deviceFd; }
 
     // Everything the far end has read so far (read as it arrives, on the event loop).
     const QByteArray &received() const { return m_received; }
@@ -40,8 +39,8 @@ private:
     bool writeFar();
 
     QTemporaryDir m_dir;
-    QProcess m_socat;
     int m_farFd = -1;
+    int m_deviceFd = -1;
     QSocketNotifier *m_notifier = nullptr;
     QSocketNotifier *m_writeNotifier = nullptr;
     QByteArray m_pending;

@@ -45,13 +45,7 @@ struct DialogControls
 // Collects the information boxes the dialog would show.
 struct MessageLog
 {
-    MessageLog()
-    {
-        UserDialogs::setInformationHandler([this](QWidget *, const QString &title, const QString &text) {
-            titles << title;
-            texts << text;
-        });
-    }
+    MessageLog() { UserDialogs::setInformationHandler([this](QWidget *, const QString &t, const QString &x) { titles << t, texts << x; }); }
     ~MessageLog() { UserDialogs::setInformationHandler(nullptr); }
     QStringList titles, texts;
 };
