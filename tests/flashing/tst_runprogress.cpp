@@ -45,7 +45,6 @@ private Q_SLOTS:
         board->setWritingRounds(1);
         board->setWritingText(progress.toLatin1());
         board->setHardwareLines({QStringLiteral("<b>Halvorn</b> 2.6<br>download mode"), "CPU: 6410 " + img, "Nest: " + deep});
-        gUsbDevCommand->Stop();
         gUsbDevCommand->setTransport(board);
         gUsbDevCommand->pollBoard();
         auto *tab = window.findChild<BurnSystemWidget *>();
