@@ -116,13 +116,9 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("expected"); // a pattern that stdout + stderr must hold
-        QTest::newRow("unknown option") << QStringList{"flash", "--system", "android", "--fast"} << 2
-                                        << "Unknown option 'fast'";
         QTest::newRow("item not in Velkaro.ini")
             << QStringList{"flash", "--system", "wince", "--only", "image", "--images", "CUTIMAGES"} << 2
             << "No \"WinCE6 InstallImage: \"\\.";
-        QTest::newRow("empty image") << QStringList{"flash", "--system", "wince", "--images", "EMPTYIMAGE"} << 2
-                                     << "Cannot open file \".*NK\\.bin\"\\.";
         QTest::newRow("address not hexadecimal")
             << QStringList{"userbin", "IMAGES/userbin-demo.bin", "--address", "3000zz", "--virtual-board", "2440"} << 2
             << "'3000zz' is not a hexadecimal address";
@@ -145,21 +141,14 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         QFETCH(int, exitCode);
         QFETCH(QString, expected);
-        // Two images folders: one whose file lists no install image, one whose install
-        // image is empty.
+        // An images folder whose file lists no install image.
         QTemporaryDir dir;
-        for (const QString folder : {QStringLiteral("cut"), QStringLiteral("empty")}) {
-            QVERIFY(QDir(dir.path()).mkdir(folder));
-            QFile ini(dir.filePath(folder + QStringLiteral("/Velkaro.ini")));
-            QVERIFY(ini.open(QIODevice::WriteOnly));
-            ini.write(folder == QLatin1String("cut") ? "WindowsCE6-Bootloader = halvorn.bin\n"
-                                                     : "WindowsCE6-Bootloader = halvorn.bin\nWindowsCE6-InstallImage = NK.bin\n");
-            QVERIFY(QFile::copy(images + "/halvorn.bin", dir.filePath(folder + QStringLiteral("/halvorn.bin"))));
-        }
-        QVERIFY(QFile(dir.filePath(QStringLiteral("empty/NK.bin"))).open(QIODevice::WriteOnly));
+        QFile ini(dir.filePath(QStringLiteral("Velkaro.ini")));
+        QVERIFY(ini.open(QIODevice::WriteOnly) && ini.write("WindowsCE6-Bootloader = halvorn.bin\n") > 0);
+        ini.close();
+        QVERIFY(QFile::copy(images + "/halvorn.bin", dir.filePath(QStringLiteral("halvorn.bin"))));
         for (QString &argument : arguments) {
-            argument.replace(QLatin1String("CUTIMAGES"), dir.filePath(QStringLiteral("cut")));
-            argument.replace(QLatin1String("EMPTYIMAGE"), dir.filePath(QStringLiteral("empty")));
+            argument.replace(QLatin1String("CUTIMAGES"), dir.path());
             argument.replace(QLatin1String("IMAGES"), images);
         }
         const Outcome run = flash(arguments);

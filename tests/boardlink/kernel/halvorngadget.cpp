@@ -3,7 +3,7 @@
 // answer, so the host side meets the same boot loader as everywhere else, but through the
 // kernel's usbdevfs.
 //
-//   halvorngadget CPU OUTDIR [vanish N | silent N | refuse]
+//   halvorngadget CPU OUTDIR [vanish N | silent N]
 //
 // Environment: OSTRAKIT_GADGET_FFS (the mounted FunctionFS), OSTRAKIT_GADGET_UDC (the
 // gadget's UDC file). Every image the board finished writing is put into OUTDIR/<tag>.
@@ -60,7 +60,7 @@ qint64 nowNs()
 int main(int argc, char **argv)
 {
     if (argc < 3) {
-        fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N | refuse]\n");
+        fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N]\n");
         return 2;
     }
     const QByteArray ffs = qgetenv("OSTRAKIT_GADGET_FFS");
@@ -73,8 +73,6 @@ int main(int argc, char **argv)
     board.setWritingRounds(2);
     if (fault == "vanish")
         board.setFault(VirtualBoard::Fault::VanishAfterPackets, faultPacket);
-    else if (fault == "refuse")
-        board.setFault(VirtualBoard::Fault::RefuseHeader);
 
     struct __attribute__((packed)) {
         usb_functionfs_descs_head_v2 header;

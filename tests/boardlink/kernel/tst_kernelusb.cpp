@@ -3,8 +3,6 @@
 // (run-in-guest starts this program there; it is not meant to run on a desktop).
 
 #include "boardlink/tusbdevcommand.h"
-#include "flashing/flashplan.h"
-#include "flashing/flashstep.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -159,49 +157,6 @@ private slots:
         QVERIFY(link.errors().isEmpty());
     }
 
-    // The Linux page with every item and the low format ticked, run step by step as the
-    // flash run does it.
-    void runsTheLinuxPagePlan()
-    {
-        Gadget board({QStringLiteral("4412"), kOut});
-        Link link;
-        QVERIFY(link.waitAttached());
-        FlashPageState page = FlashPageState::forKind(ConfigPage::Linux);
-        page.lowFormatChecked = true;
-        QHash<QString, QByteArray> sent;
-        for (FlashPageItem &item : page.items) {
-            const QByteArray data = item.label == ConfigPage::kCommandLineLabel
-                                        ? QByteArray("root=/dev/mmcblk0p2 console=ttySAC2,115200")
-                                        : randomBytes(3 * kMiB / 2 + int(sent.size()) * 4096);
-            item.text = item.label == ConfigPage::kCommandLineLabel
-                            ? QString::fromLatin1(data)
-                            : writeFile(QString::number(sent.size()) + QStringLiteral(".img"), data);
-            sent.insert(item.label, data);
-        }
-        page.selectFilledItems();
-        const FlashPlan plan = FlashPlan::build(page);
-        QVERIFY2(plan.isValid(), qPrintable(plan.error));
-        link.link.SetOS(ConfigPage::targetOs(ConfigPage::Linux));
-        for (int i = 0; i < plan.size(); ++i) {
-            const FlashStep step = FlashStep::forPlanStep(plan.keys[i], plan.values[i], ConfigPage::ActionMode::Install,
-                                                          link.link.boardCpu());
-            QVERIFY2(step.issueTo(link.link), qPrintable(plan.keys[i]));
-            QVERIFY2(link.outcome(), qPrintable(plan.keys[i]));
-        }
-        const QList<QPair<QString, QByteArray>> expected = {
-            {QStringLiteral("Linux BootLoader: "), "hlvn"}, {QStringLiteral("Linux Kernel: "), "kern"},
-            {ConfigPage::kCommandLineLabel, "cmdl"}, {ConfigPage::kLinuxRamdiskLabel, "rmdk"},
-            {QStringLiteral("Linux RootFs: "), "lfsi"}};
-        qint64 compared = 0;
-        for (const auto &[label, tag] : expected) {
-            QVERIFY2(boardImage(tag) == sent.value(label), tag.constData());
-            compared += sent.value(label).size();
-        }
-        QVERIFY(link.errors().isEmpty());
-        QVERIFY(link.log.contains({0, QStringLiteral("Low Format Succeeded")}));
-        qInfo("Linux page plan: %d steps, %lld bytes compared", plan.size(), compared);
-    }
-
     // A pulled cable ends the transfer at once and says so; plugged back, the board is
     // found, identified and takes a whole image again.
     void pulledCableEndsTheTransferAtOnce_data()
@@ -237,19 +192,6 @@ private slots:
         link.link.SendKernel(writeFile(QStringLiteral("kernel.img"), image));
         QVERIFY(link.outcome());
         QVERIFY(boardImage("kern") == image);
-    }
-
-    void refusingBoardKeepsTheConnection()
-    {
-        Gadget board({QStringLiteral("4412"), kOut, QStringLiteral("refuse")});
-        Link link;
-        QVERIFY(link.waitAttached());
-        link.link.SendKernel(writeFile(QStringLiteral("kernel.img"), randomBytes(kMiB)));
-        QVERIFY(!link.outcome());
-        QCOMPARE(link.errors(), QStringList(QStringLiteral("Data not accept by the board")));
-        QVERIFY(link.link.isConnected());
-        link.link.LowFormat();
-        QVERIFY(link.outcome());
     }
 
     // A node the user may not open, or may only read: the search goes on, tick after
