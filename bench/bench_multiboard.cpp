@@ -28,7 +28,7 @@ double aggregateMBps(const QString &images, int boards, int delayUs, qint64 imag
     options.virtualDelayUs = delayUs;
     options.stallTimeoutSeconds = 0;
     for (int i = 0; i < boards; ++i)
-        options.virtualBoards << VirtualBoardSpec{TUsbDevCommand::CPU_210, VirtualBoard::Fault::None, 0};
+        options.virtualBoards << VirtualBoardChoice{TUsbDevCommand::CPU_210, VirtualBoard::Fault::None, 0};
 
     FILE *sink = std::fopen("/dev/null", "w");
     QElapsedTimer clock;

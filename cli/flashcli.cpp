@@ -174,11 +174,11 @@ bool FlashCli::findBoards()
 void FlashCli::addVirtualBoards()
 {
     for (int i = 0; i < options.virtualBoards.size(); ++i) {
-        const VirtualBoardSpec &spec = options.virtualBoards.at(i);
-        auto virtualBoard = std::make_shared<VirtualBoard>(spec.cpu);
+        const VirtualBoardChoice &choice = options.virtualBoards.at(i);
+        auto virtualBoard = std::make_shared<VirtualBoard>(choice.cpu);
         if (!options.emmcSize.isEmpty())
             virtualBoard->setEmmcSize(options.emmcSize);
-        virtualBoard->setFault(spec.fault, spec.faultPacket);
+        virtualBoard->setFault(choice.fault, choice.faultPacket);
         virtualBoard->setReplyDelayUs(options.virtualDelayUs);
         virtualBoard->setKeepData(!options.virtualStore.isEmpty());
         if (!options.traceFile.isEmpty())

@@ -111,25 +111,25 @@ QString helpText()
         .arg(column(cpuNames()));
 }
 
-std::optional<VirtualBoardSpec> virtualBoardSpec(const QString &text)
+std::optional<VirtualBoardChoice> virtualBoardChoice(const QString &text)
 {
     static const QRegularExpression form(QStringLiteral("^(\\d+)(?::(refuse|vanish|stall)@(\\d+))?$"));
     const QRegularExpressionMatch match = form.match(text);
     if (!match.hasMatch())
         return std::nullopt;
-    VirtualBoardSpec spec;
-    spec.cpu = VirtualBoard::cpuFromName(match.captured(1));
-    if (spec.cpu == TUsbDevCommand::CPU_Unknown)
+    VirtualBoardChoice choice;
+    choice.cpu = VirtualBoard::cpuFromName(match.captured(1));
+    if (choice.cpu == TUsbDevCommand::CPU_Unknown)
         return std::nullopt;
     const QString fault = match.captured(2);
-    spec.faultPacket = match.captured(3).toInt();
+    choice.faultPacket = match.captured(3).toInt();
     if (fault == QLatin1String("refuse"))
-        spec.fault = VirtualBoard::Fault::RefusePacket;
+        choice.fault = VirtualBoard::Fault::RefusePacket;
     else if (fault == QLatin1String("vanish"))
-        spec.fault = VirtualBoard::Fault::VanishAfterPackets;
+        choice.fault = VirtualBoard::Fault::VanishAfterPackets;
     else if (fault == QLatin1String("stall"))
-        spec.fault = VirtualBoard::Fault::StallAfterPackets;
-    return spec;
+        choice.fault = VirtualBoard::Fault::StallAfterPackets;
+    return choice;
 }
 
 } // namespace
@@ -278,12 +278,12 @@ FlashCommandLine parseFlashCommandLine(const QStringList &arguments, const QStri
     result.reportFile = parser.value(report);
 
     for (const QString &text : parser.values(virtualBoard)) {
-        const std::optional<VirtualBoardSpec> spec = virtualBoardSpec(text);
-        if (!spec)
+        const std::optional<VirtualBoardChoice> board = virtualBoardChoice(text);
+        if (!board)
             return usage(QStringLiteral("'%1' is no virtual board; give CPU[:FAULT@N], CPU one of %2, "
                                         "FAULT refuse, vanish or stall")
                              .arg(text, cpuNames().join(QStringLiteral(", "))));
-        result.virtualBoards << *spec;
+        result.virtualBoards << *board;
     }
     const bool virtualBus = !result.virtualBoards.isEmpty();
     for (const QCommandLineOption *option : {&emmc, &trace, &delay, &store}) {

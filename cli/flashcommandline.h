@@ -9,7 +9,7 @@
 #include <QStringList>
 
 // An emulated board asked for with --virtual-board CPU[:FAULT@PACKET].
-struct VirtualBoardSpec
+struct VirtualBoardChoice
 {
     TUsbDevCommand::TBoardCPU cpu = TUsbDevCommand::CPU_4412;
     VirtualBoard::Fault fault = VirtualBoard::Fault::None;
@@ -39,7 +39,7 @@ struct FlashCommandLine
     bool json = false;
     QString reportFile;
 
-    QList<VirtualBoardSpec> virtualBoards;
+    QList<VirtualBoardChoice> virtualBoards;
     QString emmcSize;
     QString traceFile;
     int virtualDelayUs = 0;
