@@ -7,24 +7,35 @@
 #include "app/userdialogs.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/virtualboard.h"
+#include "flashing/configpage.h"
 #include "flashing/tconfigview.h"
+#include "serial/serialportdialog.h"
 #include "shell/burnsystemwidget.h"
 #include "shell/menubutton.h"
+#include "shell/misctoolswidget.h"
 #include "shell/resourceonlybrowser.h"
+#include "shell/tabbutton.h"
+#include "shell/tabwidget.h"
 #include "shell/thomeview.h"
+#include "shell/tlanguagesettingview.h"
 #include "shell/tmainwidget.h"
 #include "shell/tmenu.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
+#include <QScrollArea>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextEdit>
+#include <QTranslator>
 
 #include <memory>
 
@@ -85,10 +96,9 @@ struct ImagesFolder
 // one-second poll, so that the leaving is seen first, as with a real cable).
 struct Program
 {
-    Program()
+    explicit Program(const QString &cpu)
     {
-        const CommandLineOptions options =
-            parseCommandLine({QStringLiteral("ostrakit"), QStringLiteral("--virtual-board"), QStringLiteral("4412")});
+        const CommandLineOptions options = parseCommandLine({QStringLiteral("ostrakit"), QStringLiteral("--virtual-board"), cpu});
         board = Startup::attachVirtualBoard(options, &window, 10, 1500);
         if (board)
             board->setWritingRounds(1);
@@ -114,6 +124,8 @@ struct Program
     }
     TConfigView *page() const { return qobject_cast<TConfigView *>(tab->visibleView()); }
     QString homeText() const { return tab->homeView()->browser()->toPlainText(); }
+    // As the status bar says it in either language: "... ( <what the board reported> )".
+    bool connected() const { return statusBar->text().endsWith(QLatin1String(" )")); }
     bool connectedAndDescribed() const
     {
         return row(QStringLiteral("Connected"))
@@ -126,14 +138,14 @@ struct Program
                && statusBar->text() == QLatin1String("Board is not connected, or Halvorn is not in USB download mode")
                && homeText().contains(QLatin1String("Before connect your board to PC"));
     }
-    // How many of "Quick Boot" and the start buttons of the pages other than `kind` can be
-    // pressed: 5 when all, 0 while page `kind` flashes.
-    int othersUsable(int kind) const
+    // Whether "Quick Boot" and the start buttons of the pages other than `kind` (those built
+    // so far) can be pressed.
+    QList<bool> othersUsable(int kind) const
     {
-        int usable = tab->quickBootButton()->isEnabled() ? 1 : 0;
+        QList<bool> usable{tab->quickBootButton()->isEnabled()};
         for (int other = 0; other <= 4; ++other) {
-            if (other != kind && tab->configView(other)->findChild<QPushButton *>("startButton")->isEnabled())
-                ++usable;
+            if (TConfigView *view = other == kind ? nullptr : tab->configView(other))
+                usable << view->findChild<QPushButton *>("startButton")->isEnabled();
         }
         return usable;
     }
@@ -160,6 +172,18 @@ bool finished(TConfigView *page)
     return !page->isRunning() && logText(page).endsWith(kDone);
 }
 
+// What a caption needs, as its own widget measures it (style-sheet buttons: a few pixels of border).
+int neededWidth(QWidget *w)
+{
+    if (auto *push = qobject_cast<QPushButton *>(w))
+        return push->fontMetrics().horizontalAdvance(push->text()) + 6;
+    if (qobject_cast<QCheckBox *>(w) || qobject_cast<QRadioButton *>(w) || qobject_cast<QLabel *>(w))
+        return w->sizeHint().width();
+    if (auto *edit = w->objectName() == QLatin1String("ramAddressEdit") ? static_cast<QLineEdit *>(w) : nullptr)
+        return edit->fontMetrics().horizontalAdvance(edit->text()) + 8;
+    return 0;
+}
+
 } // namespace
 
 class TstEndToEnd : public QObject
@@ -167,14 +191,17 @@ class TstEndToEnd : public QObject
     Q_OBJECT
 
     std::unique_ptr<Program> program;
+    QTranslator translator;
+    QFont savedFont;
     QStringList boxes;
     QString fileAnswer;
     QString folderAnswer;
 
-    bool startConnected()
+    bool startConnected(const QString &cpu = QStringLiteral("4412"))
     {
-        program = std::make_unique<Program>();
-        return program->board && QTest::qWaitFor([this] { return program->connectedAndDescribed(); }, 5000);
+        program = std::make_unique<Program>(cpu);
+        const bool described = cpu == QLatin1String("4412") && !gLanguage;
+        return program->board && QTest::qWaitFor([&] { return described ? program->connectedAndDescribed() : program->connected(); }, 5000);
     }
     // Through the images-folder button of the page that the menu row `menu` brings up.
     bool chooseFolder(const QString &menu, const ImagesFolder &folder)
@@ -194,6 +221,7 @@ class TstEndToEnd : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        savedFont = QApplication::font();
         UserDialogs::setInformationHandler([this](QWidget *, const QString &, const QString &text) { boxes << text; });
         UserDialogs::setOpenFileNameHandler(
             [this](QWidget *, const QString &, const QString &, const QString &) { return fileAnswer; });
@@ -210,6 +238,9 @@ private Q_SLOTS:
     {
         program.reset();
         gImagesPath.clear();
+        QCoreApplication::removeTranslator(&translator);
+        QApplication::setFont(savedFont);
+        gLanguage = 0;
     }
 
     void flashEachPage_data()
@@ -231,9 +262,9 @@ private Q_SLOTS:
                            "rmdk=ramdisk-android.img", "fuig=userdata-8G.img"}
             << QByteArray("HDMI720P60") << QList<QByteArray>() << false << QString("Flashing Android BootLoader (Step2/6) ...");
         QTest::newRow("linux")
-            << "Linux" << "" << "linuxView" << QStringList{"Linux Ramdisk: ", "lowFormatCheckBox", "hdmiCheckBox"}
+            << "Linux" << "" << "linuxView" << QStringList{"Linux Ramdisk: ", "lowFormatCheckBox", "hdmiCheckBox", "skipCaliCheckBox"}
             << QStringList() << ""
-            << QStringList{"hlvn=linux-boot.bin", "kern=zImage-linux", "cmdl=" + kLinuxCmdLine, "lfsi=rootfs.img"}
+            << QStringList{"hlvn=linux-boot.bin", "kern=zImage-linux", "cmdl=" + kLinuxCmdLine + " skipcali=y", "lfsi=rootfs.img"}
             << QByteArray() << QList<QByteArray>{"fmtl"} << false << QString("Flashing Linux BootLoader (Step2/5) ...");
         QTest::newRow("windows ce")
             << "Windows CE" << "" << "winCEView" << QStringList{"WinCE6 BootLoader: "} << QStringList() << ""
@@ -243,7 +274,7 @@ private Q_SLOTS:
             << "40008000" << QStringList{"rbin=led.bin"} << QByteArray() << QList<QByteArray>() << true << QString("Downloading and running user-bin (Step2/2) ...");
         QTest::newRow("user bin install")
             << "User bin (No OS)" << "installActionRadioButton" << "nonOSViewInstall" << QStringList()
-            << QStringList{"Halvorn: =halvorn-nand.bin", "No OS Image: =led.bin"} << "4000A000"
+            << QStringList{"Halvorn: =", "Halvorn: =halvorn-nand.bin", "No OS Image: =led.bin"} << "4000A000"
             << QStringList{"hlvn=halvorn-nand.bin", "ubin=led.bin"} << QByteArray() << QList<QByteArray>() << false << QString("Flashing Halvorn (Step2/3) ...");
     }
     void flashEachPage()
@@ -263,6 +294,8 @@ private Q_SLOTS:
         TConfigView *page = program->page();
         QVERIFY(page);
         QTEST(program->tab->currentViewName(), "view");
+        auto *skipCali = page->findChild<QCheckBox *>("skipCaliCheckBox"); // only where the command line is
+        QCOMPARE(skipCali && skipCali->isVisible(), menu == "Android" || menu == "Linux");
 
         for (const QString &name : clicks) {
             QCheckBox *box = page->findCheckboxControler(name);
@@ -273,11 +306,12 @@ private Q_SLOTS:
             clickBox(box);
             QCOMPARE(box->isChecked(), !before);
         }
-        for (const QString &choice : browse) {
-            const QString label = choice.section('=', 0, 0);
-            fileAnswer = folder.path(choice.section('=', 1));
+        for (const QString &choice : browse) { // "label=" cancels the dialog
+            const QString label = choice.section('=', 0, 0), file = choice.section('=', 1);
+            fileAnswer = file.isEmpty() ? QString() : folder.dir.path() + "//" + file;
             QTest::mouseClick(page->findBrowerButton(label), Qt::LeftButton);
-            QVERIFY(page->findCheckboxControler(label)->isChecked());
+            QCOMPARE(page->findCheckboxControler(label)->isChecked(), !file.isEmpty());
+            QCOMPARE(page->findEditControler(label)->text(), file.isEmpty() ? QString() : folder.path(file));
         }
         if (!address.isEmpty()) {
             auto *field = page->findChild<QLineEdit *>("ramAddressEdit");
@@ -289,10 +323,10 @@ private Q_SLOTS:
 
         // While it runs, the other pages and "Quick Boot" stay out of reach, and the step and
         // its progress are shown; afterwards the start button is back.
-        QList<int> usableMeanwhile; // at the start of every transfer
+        QList<bool> usableMeanwhile; // at the start of every transfer
         QStringList steps, hidden;
         connect(gUsbDevCommand, &TUsbDevCommand::SendMaxSize, page, [&] {
-            usableMeanwhile << program->othersUsable(page->viewKind());
+            usableMeanwhile << program->othersUsable(page->viewKind()).contains(true);
             steps << page->findChild<QLabel *>("statusLabel")->text();
             for (const char *name : {"statusLabel", "transferLabel", "cancelButton"})
                 if (!page->findChild<QWidget *>(name)->isVisible())
@@ -300,11 +334,11 @@ private Q_SLOTS:
         });
         QVERIFY(flash(page));
         QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
-        QCOMPARE(usableMeanwhile, QList<int>(received.size(), 0));
+        QCOMPARE(usableMeanwhile, QList<bool>(received.size(), false));
         QVERIFY2(hidden.isEmpty(), qPrintable(hidden.join(' ')));
         QTEST(steps.value(0), "step");
         QVERIFY2(QRegularExpression("\\(Step(\\d+)/\\1\\) \\.\\.\\.$").match(steps.constLast()).hasMatch(), qPrintable(steps.constLast()));
-        QCOMPARE(program->othersUsable(page->viewKind()), 5);
+        QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
         QVERIFY(page->findChild<QTextEdit *>("logBox")->toHtml().contains("#0000ff")); // the blue last line
         for (const char *name : {"statusLabel", "transferLabel", "cancelButton"}) // no stale speed or step left behind
             QVERIFY2(page->findChild<QWidget *>(name)->isHidden(), name);
@@ -330,6 +364,11 @@ private Q_SLOTS:
             QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
             QCOMPARE(program->page(), page);
             QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|'))); // its late "failure" does not count
+        }
+        if (!radio.isEmpty()) { // and back to running from memory
+            clickBox(page->findChild<QRadioButton *>("runActionRadioButton"));
+            QCOMPARE(program->tab->currentViewName(), QString("nonOSViewRun"));
+            QVERIFY(program->page()->findChild<QRadioButton *>("runActionRadioButton")->isChecked());
         }
     }
 
@@ -398,7 +437,7 @@ private Q_SLOTS:
         QVERIFY(!page->findChild<QPushButton *>("startButton")->isHidden());
         QVERIFY(page->findChild<QPushButton *>("startButton")->isEnabled());
         QVERIFY(page->findChild<QPushButton *>("cancelButton")->isHidden());
-        QCOMPARE(program->othersUsable(page->viewKind()), 5);
+        QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
 
         // Plugged back in, the same page flashes the whole image.
         QObject::disconnect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, nullptr);
@@ -412,24 +451,8 @@ private Q_SLOTS:
         QVERIFY(boxes.isEmpty());
     }
 
-    void anotherImagesFolder()
-    {
-        ImagesFolder first("first");
-        ImagesFolder second("second");
-        QVERIFY(startConnected());
-        QVERIFY(chooseFolder("Linux", first));
-        QVERIFY(chooseFolder("Windows CE", second));
-        // Every page, not only the one that chose, takes the second folder's images.
-        QVERIFY(program->clickMenu("Android"));
-        QVERIFY(flash(program->page()));
-        QCOMPARE(program->board->image("kern"), ImagesFolder::content("second", "zImage"));
-        QCOMPARE(program->board->image("fuig"), ImagesFolder::content("second", "userdata-8G.img"));
-        QCOMPARE(program->board->image("fsig"), ImagesFolder::content("second", "system.img"));
-        QVERIFY(boxes.isEmpty());
-    }
-
-    // The image set that ships beside the program: chosen like any other folder, each
-    // operating system's page flashes it as it comes, every file landing under its role.
+    // The image set that ships beside the program, chosen after another folder on another
+    // page: each operating system's page flashes it as it comes, every file under its role.
     void shippedImageSet_data()
     {
         QTest::addColumn<QString>("menu");
@@ -448,7 +471,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, menu);
         QFETCH(QStringList, received);
+        ImagesFolder before("first");
         QVERIFY(startConnected());
+        QVERIFY(chooseFolder(menu == "Linux" ? "Android" : "Linux", before));
         QVERIFY(program->clickMenu(menu));
         folderAnswer = QStringLiteral(OSTRAKIT_SHIPPED_IMAGES);
         QTest::mouseClick(program->page()->findChild<QPushButton *>("imagesFolderButton"), Qt::LeftButton);
@@ -474,6 +499,186 @@ private Q_SLOTS:
             QCOMPARE(image, file.readAll());
         }
         QCOMPARE(program->board->receivedTags(), tags);
+    }
+
+    // What the board cannot take (ramdisk, user data) stays empty, unticked and out of reach
+    // through invert, select all and a run; ticking HDMI again and again hints once; a
+    // refused packet or an empty image ends the run with one box, the page ready again.
+    void boardRulesAndFailures_data()
+    {
+        QTest::addColumn<QString>("cpu");
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QStringList>("unusable");
+        QTest::addColumn<QString>("userBin"); // browsed to, or ""
+        QTest::addColumn<QString>("box");     // the one box at the end ("@": the user bin), or ""
+        QTest::newRow("android on a 6410, packet refused") << "6410" << "Android"
+            << QStringList{"Android Ramdisk: ", "Android Userdata Image: "} << "" << "An error occurred during flashing.";
+        QTest::newRow("linux on a 210") << "210" << "Linux" << QStringList{"Linux Ramdisk: "} << "" << "";
+        QTest::newRow("empty user bin") << "4412" << "User bin (No OS)" << QStringList() << "empty.bin" << "Cannot open file \"@\".";
+    }
+    void boardRulesAndFailures()
+    {
+        QFETCH(QString, cpu);
+        QFETCH(QString, menu);
+        QFETCH(QStringList, unusable);
+        QFETCH(QString, userBin);
+        QFETCH(QString, box);
+        ImagesFolder folder("first");
+        QVERIFY(folder.write("empty.bin", QByteArray()));
+        QVERIFY(startConnected(cpu));
+        QVERIFY(chooseFolder(menu, folder));
+        TConfigView *page = program->page();
+        const auto reachable = [&] {
+            QStringList found;
+            for (const QString &label : unusable) {
+                QLineEdit *edit = page->findEditControler(label);
+                QCheckBox *tick = page->findCheckboxControler(label);
+                if (edit->isEnabled() || !edit->text().isEmpty() || tick->isEnabled() || tick->isChecked()
+                    || !page->findBrowerButton(label)->isHidden())
+                    found << label;
+            }
+            return found.join('|');
+        };
+        QCOMPARE(reachable(), QString());
+        auto *hdmi = page->findChild<QCheckBox *>("hdmiCheckBox");
+        QCOMPARE(hdmi && hdmi->isVisible(), cpu == "210");
+        for (int i = 0; hdmi && hdmi->isVisible() && i < 4; ++i)
+            clickBox(hdmi);
+        QCOMPARE(logText(page).count(ConfigPage::hdmiHint()), int(hdmi != nullptr));
+        for (const char *button : {"invertButton", "selectAllButton"}) {
+            QTest::mouseClick(page->findChild<QPushButton *>(button), Qt::LeftButton);
+            QCOMPARE(reachable(), QString());
+        }
+        if (!userBin.isEmpty()) {
+            fileAnswer = folder.path(userBin);
+            QTest::mouseClick(page->findBrowerButton("No OS Image: "), Qt::LeftButton);
+        }
+        VirtualBoard &board = *program->board;
+        if (!box.isEmpty())
+            board.setFault(VirtualBoard::Fault::RefusePacket, 1);
+        QTest::mouseClick(page->findChild<QPushButton *>("startButton"), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!page->isRunning() && (finished(page) || !boxes.isEmpty()), 20000);
+        QCOMPARE(boxes, box.isEmpty() ? QStringList() : QStringList{QString(box).replace('@', folder.path(userBin))});
+        QCOMPARE(reachable(), QString());
+        QCOMPARE(logText(page).contains(kDone), box.isEmpty());
+        QVERIFY(page->findChild<QPushButton *>("startButton")->isEnabled() && page->findChild<QPushButton *>("selectAllButton")->isEnabled());
+        QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
+        if (!box.isEmpty()) // stopped at the first image; a refusal leaves the board's reason in red
+            QVERIFY(board.receivedTags().size() <= 1 && page->findChild<QTextEdit *>("logBox")->toHtml().contains("#ff0000") == userBin.isEmpty());
+    }
+
+    // Every page, and the menu in both its states, in English at 12 points and in Chinese at
+    // 10: nothing under the scroll bar, no caption cut off.
+    void captionsWhole_data()
+    {
+        QTest::addColumn<bool>("chinese");
+        QTest::newRow("English") << false;
+        QTest::newRow("Chinese") << true;
+    }
+    void captionsWhole()
+    {
+        QFETCH(bool, chinese);
+        QFont font = savedFont;
+        font.setPointSize(chinese ? 10 : 12);
+        QApplication::setFont(font);
+        if (chinese) {
+            QVERIFY(translator.load(QStringLiteral(OSTRAKIT_BUILT_QM)));
+            QCoreApplication::installTranslator(&translator);
+            gLanguage = 1;
+        }
+        QVERIFY(startConnected());
+        if (chinese)
+            QVERIFY(program->statusBar->text().startsWith("开发板已连接 ( Exynos4412")
+                    && program->window.findChild<TabWidget *>()->tabs().at(1)->text() == QStringLiteral("串口"));
+        auto *version = program->window.findChild<QLabel *>(QStringLiteral("versionLabel")); // whole in its corner
+        QVERIFY(version->fontMetrics().horizontalAdvance(version->text()) <= version->width());
+        const QList<MenuButton *> rows = program->tab->menu()->allButtons();
+        for (int row = 2; row <= 6; ++row) { // Android, Windows CE, Linux, User bin, and its install page
+            if (row < 6)
+                QTest::mouseClick(rows.at(row), Qt::LeftButton);
+            else
+                clickBox(program->page()->findChild<QRadioButton *>("installActionRadioButton"));
+            QCoreApplication::sendPostedEvents(); // the scroll area decides on its bar in a posted request
+            QCoreApplication::processEvents();
+            auto *scroll = program->page()->findChild<QScrollArea *>();
+            for (QWidget *child : scroll->widget()->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+                const QString what = rows.at(qMin(row, 5))->text() + ": " + child->property("text").toString();
+                QVERIFY2(child->isHidden() || child->geometry().right() < scroll->viewport()->width(), qPrintable(what));
+                QVERIFY2(child->isHidden() || neededWidth(child) <= child->width(), qPrintable(what));
+            }
+        }
+        for (bool plugged : {true, false}) {
+            if (!plugged) {
+                program->board->unplug();
+                QTRY_VERIFY_WITH_TIMEOUT(!program->connected(), 5000);
+            }
+            for (MenuButton *row : rows)
+                QVERIFY2(row->fontMetrics().horizontalAdvance(row->text()) <= row->width() - row->textRect().x(), qPrintable(row->text()));
+        }
+    }
+
+    // Around the pages: the frameless window dragged by its body; the tabs, the serial one
+    // raising its one assistant; a page asked for before the board came shows once it is
+    // there; "Settings" is a heading; the language button stores its choice alone.
+    void aroundThePages()
+    {
+        program = std::make_unique<Program>(QStringLiteral("4412")); // plugged in once events run
+        TMainWidget &window = program->window;
+        const QList<MenuButton *> rows = program->tab->menu()->allButtons();
+        QTest::mouseClick(rows.at(3), Qt::LeftButton); // Windows CE
+        QCOMPARE(program->tab->visibleView(), program->tab->homeView());
+        QTRY_VERIFY_WITH_TIMEOUT(program->page() && program->tab->currentViewName() == "winCEView", 5000);
+        QVERIFY(program->page()->x() > program->tab->menu()->geometry().right()
+                && program->tab->rect().contains(program->page()->geometry()));
+        QTest::mouseClick(rows.at(6), Qt::LeftButton);
+        QVERIFY(program->page() && !rows.at(6)->isEnabled() && rows.at(3)->isEnabled());
+
+        window.move(100, 100);
+        const QPoint start = window.pos();
+        for (const auto &[type, to] : QList<std::pair<QEvent::Type, QPoint>>{{QEvent::MouseButtonPress, {10, 10}},
+                {QEvent::MouseMove, {40, 30}}, {QEvent::MouseButtonRelease, {40, 30}}, {QEvent::MouseMove, {200, 200}}}) {
+            const QPointF local(start + to - window.pos());
+            QMouseEvent event(type, local, local, QPointF(start + to), Qt::LeftButton,
+                              type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &event);
+        }
+        QCOMPARE(window.pos(), start + QPoint(30, 20));
+
+        const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
+        auto *tools = window.findChild<MiscToolsWidget *>();
+        QTest::mouseClick(tabs.at(2), Qt::LeftButton);
+        QVERIFY(!program->tab->isVisible() && tools->isVisible() && !tabs.at(2)->isEnabled() && tabs.at(0)->isEnabled());
+        QTest::mouseClick(tabs.at(0), Qt::LeftButton);
+        QVERIFY(program->tab->isVisible() && !tools->isVisible() && !tabs.at(0)->isEnabled());
+        const auto assistants = [] {
+            QList<QWidget *> found;
+            for (QWidget *widget : QApplication::topLevelWidgets())
+                if (qobject_cast<SerialPortDialog *>(widget))
+                    found << widget;
+            return found;
+        };
+        QTest::mouseClick(tabs.at(1), Qt::LeftButton);
+        QCOMPARE(assistants().size(), 1);
+        assistants().constFirst()->showMinimized();
+        QTest::mouseClick(tabs.at(1), Qt::LeftButton);
+        QCOMPARE(assistants().size(), 1);
+        QVERIFY(assistants().constFirst()->isVisible() && !assistants().constFirst()->isMinimized() && program->tab->isVisible());
+        assistants().constFirst()->hide();
+
+        QTest::mouseClick(rows.at(7), Qt::LeftButton);
+        auto *languages = qobject_cast<TLanguageSettingView *>(program->tab->visibleView());
+        QVERIFY(languages);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("settings.ini"));
+        QSettings(path, QSettings::IniFormat).setValue(QStringLiteral("fontSize_cn"), 14);
+        languages->setSettingsFile(path);
+        for (QPushButton *button : languages->findChildren<QPushButton *>())
+            if (button->text() == QStringLiteral("中文"))
+                QTest::mouseClick(button, Qt::LeftButton);
+        QSettings settings(path, QSettings::IniFormat);
+        QCOMPARE(settings.value(QStringLiteral("language")).toString() + settings.value(QStringLiteral("fontSize_cn")).toString(), "cn14");
+        QCOMPARE(gLanguage, 1);
+        QCOMPARE(boxes, QStringList("请重新启动一下Ostrakit."));
     }
 };
 
