@@ -227,12 +227,6 @@ private Q_SLOTS:
             [this](QWidget *, const QString &, const QString &, const QString &) { return fileAnswer; });
         UserDialogs::setDirectoryHandler([this](QWidget *, const QString &, const QString &) { return folderAnswer; });
     }
-    void cleanupTestCase()
-    {
-        UserDialogs::setInformationHandler({});
-        UserDialogs::setOpenFileNameHandler({});
-        UserDialogs::setDirectoryHandler({});
-    }
     void init() { boxes.clear(); }
     void cleanup()
     {
@@ -372,24 +366,6 @@ private Q_SLOTS:
         }
     }
 
-    void quickBootAndReplug()
-    {
-        QVERIFY(startConnected());
-        QCOMPARE(program->tab->visibleView(), program->tab->homeView());
-        const int greetings = program->board->greetingCount();
-        QTest::mouseClick(program->tab->quickBootButton(), Qt::LeftButton);
-        QCOMPARE(program->board->bootCount(), 1);
-        QCOMPARE(program->board->timesLeftDownloadMode(), 1);
-        QVERIFY(!program->board->isPluggedIn());
-        QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 5000);
-
-        // Plugged in again (by VirtualBoardPlug, as a person would): greeted and described anew.
-        QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
-        QVERIFY(program->board->greetingCount() > greetings);
-        QCOMPARE(program->board->bootCount(), 1);
-        QVERIFY(program->tab->quickBootButton()->isEnabled());
-    }
-
     void boardLostMidRun_data()
     {
         QTest::addColumn<QString>("menu");
@@ -427,16 +403,13 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 10000);
         QTRY_VERIFY(!page->isRunning());
 
-        QVERIFY(board.receivedSize(tag) > 0);
-        QVERIFY(board.receivedSize(tag) < kBigImage);
-        QVERIFY(logText(page).contains("Write USB Error"));
-        QVERIFY(!logText(page).contains(kDone));
+        QVERIFY(board.receivedSize(tag) > 0 && board.receivedSize(tag) < kBigImage);
+        QVERIFY(logText(page).contains("Write USB Error") && !logText(page).contains(kDone));
         // A lost board is a disconnection, which ends the run without a box of its own.
         QCOMPARE(boxes, pulled ? QStringList{"To abort the current operation, restart the board."} : QStringList());
         boxes.clear();
-        QVERIFY(!page->findChild<QPushButton *>("startButton")->isHidden());
-        QVERIFY(page->findChild<QPushButton *>("startButton")->isEnabled());
-        QVERIFY(page->findChild<QPushButton *>("cancelButton")->isHidden());
+        auto *start = page->findChild<QPushButton *>("startButton");
+        QVERIFY(start->isVisible() && start->isEnabled() && page->findChild<QPushButton *>("cancelButton")->isHidden());
         QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
 
         // Plugged back in, the same page flashes the whole image.
@@ -619,7 +592,7 @@ private Q_SLOTS:
 
     // Around the pages: the frameless window dragged by its body; the tabs, the serial one
     // raising its one assistant; a page asked for before the board came shows once it is
-    // there; "Settings" is a heading; the language button stores its choice alone.
+    // there; "Settings" is a heading; the language button stores its choice alone; "Quick Boot".
     void aroundThePages()
     {
         program = std::make_unique<Program>(QStringLiteral("4412")); // plugged in once events run
@@ -664,6 +637,15 @@ private Q_SLOTS:
         QCOMPARE(assistants().size(), 1);
         QVERIFY(assistants().constFirst()->isVisible() && !assistants().constFirst()->isMinimized() && program->tab->isVisible());
         assistants().constFirst()->hide();
+
+        // "Quick Boot" leaves download mode; plugged in again, the board is greeted and described anew.
+        const int greetings = program->board->greetingCount();
+        QTest::mouseClick(program->tab->quickBootButton(), Qt::LeftButton);
+        QVERIFY(program->board->bootCount() == 1 && program->board->timesLeftDownloadMode() == 1 && !program->board->isPluggedIn());
+        QTRY_VERIFY_WITH_TIMEOUT(program->reportedGone(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
+        QVERIFY(program->board->greetingCount() > greetings && program->board->bootCount() == 1);
+        QVERIFY(program->tab->quickBootButton()->isEnabled());
 
         QTest::mouseClick(rows.at(7), Qt::LeftButton);
         auto *languages = qobject_cast<TLanguageSettingView *>(program->tab->visibleView());

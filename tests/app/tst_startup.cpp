@@ -39,30 +39,19 @@ private Q_SLOTS:
             QVERIFY(parent == nullptr);
             boxes << title + "|" + text;
         });
-        const QList<QPair<QString, int>> english = {{"", 12}, {"language=en;fontSize_en=14;fontSize_cn=9", 14},
-                                                    {"language=CN;fontSize_en=13", 13}, {"language=de", 12}};
-        for (const auto &[ini, size] : english) {
+        const QList<std::tuple<QString, bool, int, int>> runs = { // settings, translation there, language, points
+            {"", true, 0, 12}, {"language=en;fontSize_en=14;fontSize_cn=9", true, 0, 14}, {"language=CN;fontSize_en=13", true, 0, 13},
+            {"language=de", false, 0, 12}, {"language=cn;fontSize_en=15;fontSize_cn=9", false, 0, 15}, {"language=cn;fontSize_cn=11", true, 1, 11}};
+        for (const auto &[ini, translated, language, points] : runs) {
             QTemporaryDir dir;
+            QVERIFY(!translated || QFile::copy(QStringLiteral(OSTRAKIT_BUILT_QM), dir.filePath("language-cn.qm")));
+            boxes.clear();
             start(dir, ini);
-            QCOMPARE(gLanguage, 0);
-            QCOMPARE(QApplication::font().pointSize(), size);
+            QCOMPARE(gLanguage, language);
+            QCOMPARE(QApplication::font().pointSize(), points);
+            QCOMPARE(QApplication::font().family() == QStringLiteral("微软雅黑"), language == 1);
+            QCOMPARE(boxes, QStringList(language || !ini.contains("=cn") ? QStringList() : QStringList{"Message|Load language-cn.qm failed!"}));
         }
-        QVERIFY(boxes.isEmpty());
-
-        QTemporaryDir missing;
-        start(missing, "language=cn;fontSize_en=15;fontSize_cn=9");
-        QCOMPARE(boxes, QStringList{"Message|Load language-cn.qm failed!"});
-        QCOMPARE(gLanguage, 0);
-        QCOMPARE(QApplication::font().pointSize(), 15);
-        QVERIFY(QApplication::font().family() != QStringLiteral("微软雅黑"));
-
-        QTemporaryDir dir;
-        QVERIFY(QFile::copy(QStringLiteral(OSTRAKIT_BUILT_QM), dir.filePath("language-cn.qm")));
-        start(dir, "language=cn;fontSize_cn=11");
-        QCOMPARE(boxes.size(), 1);
-        QCOMPARE(gLanguage, 1);
-        QCOMPARE(QApplication::font().pointSize(), 11);
-        QCOMPARE(QApplication::font().family(), QStringLiteral("微软雅黑"));
         UserDialogs::setInformationHandler({});
     }
 };
