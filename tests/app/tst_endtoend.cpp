@@ -109,10 +109,9 @@ struct Program
 
     MenuButton *row(const QString &text) const
     {
-        for (MenuButton *button : tab->menu()->allButtons()) {
+        for (MenuButton *button : tab->menu()->allButtons())
             if (button->text() == text)
                 return button;
-        }
         return nullptr;
     }
     bool clickMenu(const QString &text)
@@ -157,20 +156,9 @@ struct Program
 };
 
 // A click on the box itself rather than the middle of its (wide) row.
-void clickBox(QAbstractButton *box)
-{
-    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
-}
-
-QString logText(TConfigView *page)
-{
-    return page->findChild<QTextEdit *>("logBox")->toPlainText();
-}
-
-bool finished(TConfigView *page)
-{
-    return !page->isRunning() && logText(page).endsWith(kDone);
-}
+void clickBox(QAbstractButton *box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2)); }
+QString logText(TConfigView *page) { return page->findChild<QTextEdit *>("logBox")->toPlainText(); }
+bool finished(TConfigView *page) { return !page->isRunning() && logText(page).endsWith(kDone); }
 
 // What a caption needs, as its own widget measures it (style-sheet buttons: a few pixels of border).
 int neededWidth(QWidget *w)
@@ -312,7 +300,6 @@ private Q_SLOTS:
             QCOMPARE(field->text(), QString("4412-userbin-default-addr-should be here"));
             QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
             QTest::keyClicks(field, address);
-            QCOMPARE(field->text(), address);
         }
 
         // While it runs, the other pages and "Quick Boot" stay out of reach, and the step and
@@ -372,10 +359,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("tag");
         QTest::addColumn<QString>("file");
         QTest::addColumn<bool>("pulled"); // the cable pulled, or the board dropping off by itself
-        QTest::newRow("cable pulled during the install image")
-            << "Windows CE" << QByteArray("cenk") << "NK.bin" << true;
-        QTest::newRow("board vanishes during the system image")
-            << "Android" << QByteArray("fsig") << "system.img" << false;
+        QTest::newRow("cable pulled during the install image") << "Windows CE" << QByteArray("cenk") << "NK.bin" << true;
+        QTest::newRow("board vanishes during the system image") << "Android" << QByteArray("fsig") << "system.img" << false;
     }
     void boardLostMidRun()
     {
@@ -581,12 +566,10 @@ private Q_SLOTS:
             }
         }
         for (bool plugged : {true, false}) {
-            if (!plugged) {
-                program->board->unplug();
-                QTRY_VERIFY_WITH_TIMEOUT(!program->connected(), 5000);
-            }
+            QTRY_COMPARE_WITH_TIMEOUT(program->connected(), plugged, 5000);
             for (MenuButton *row : rows)
                 QVERIFY2(row->fontMetrics().horizontalAdvance(row->text()) <= row->width() - row->textRect().x(), qPrintable(row->text()));
+            program->board->unplug();
         }
     }
 
@@ -624,11 +607,9 @@ private Q_SLOTS:
         QTest::mouseClick(tabs.at(0), Qt::LeftButton);
         QVERIFY(program->tab->isVisible() && !tools->isVisible() && !tabs.at(0)->isEnabled());
         const auto assistants = [] {
-            QList<QWidget *> found;
-            for (QWidget *widget : QApplication::topLevelWidgets())
-                if (qobject_cast<SerialPortDialog *>(widget))
-                    found << widget;
-            return found;
+            QWidgetList all = QApplication::topLevelWidgets();
+            all.removeIf([](QWidget *w) { return !qobject_cast<SerialPortDialog *>(w); });
+            return all;
         };
         QTest::mouseClick(tabs.at(1), Qt::LeftButton);
         QCOMPARE(assistants().size(), 1);

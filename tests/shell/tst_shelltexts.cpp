@@ -28,11 +28,9 @@ private Q_SLOTS:
     // The banner line is never shown, empty values are skipped, a value keeps its colons.
     void statusText()
     {
-        const QString plain = QStringLiteral("Board connected.");
-        QCOMPARE(BoardStatus::statusText(false, "x\nCPU: 4412"),
-                 QStringLiteral("Board is not connected, or Halvorn is not in USB download mode"));
+        QCOMPARE(BoardStatus::statusText(false, "x\nCPU: 4412"), QString("Board is not connected, or Halvorn is not in USB download mode"));
         for (const char *info : {"", "Halvorn 2.6: USB mode", "banner\nno colon here\n", "banner\nCPU:\nRAM:   \n"})
-            QCOMPARE(BoardStatus::statusText(true, info), plain);
+            QCOMPARE(BoardStatus::statusText(true, info), QString("Board connected."));
         QCOMPARE(BoardStatus::statusText(true, "Banner: hidden\r\nCPU: 4412\r\nLCD:\nRAM:  1024MB DDR3 \n\nClock: 1:2\n"),
                  QStringLiteral("Board connected ( 4412 / 1024MB DDR3 / 1:2 )"));
     }
@@ -125,9 +123,8 @@ private Q_SLOTS:
         button.setStyleSheet(readFile(":/button_stop.css"));
         button.resize(120, 40);
         QCOMPARE(QColor(button.grab().toImage().pixel(60, 20)), QColor("#FF4107"));
-        const QStringList cases = {"C:\\images\\Android=C:/images/Android", "/media//sd//images/=/media/sd/images/",
-                                   "\\\\server\\share=/server/share", "/media///images=/media//images"};
-        for (const QString &c : cases)
+        for (const QString &c : QStringList{"C:\\images\\Android=C:/images/Android", "/media//sd//images/=/media/sd/images/",
+                                            "\\\\server\\share=/server/share", "/media///images=/media//images"})
             QCOMPARE(toNativePathSeparators(c.section('=', 0, 0)), c.section('=', 1));
     }
 };
