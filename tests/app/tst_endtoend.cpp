@@ -38,6 +38,7 @@
 #include <QTranslator>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -52,16 +53,12 @@ struct ImagesFolder
 {
     explicit ImagesFolder(const QByteArray &flavour) : flavour(flavour)
     {
-        const QStringList ini = {
-            "LowFormat = No", "LCD-Type = HDMI720P60",
-            "Android-BootLoader = android-boot.bin", "Android-Kernel = zImage",
-            "Android-CommandLine = " + kAndroidCmdLine, "Android-RamDisk = ramdisk-android.img",
-            "Android-RootFs-InstallImage = system.img", "Android-UserData = userdata.img",
-            "Android-UserData-8G = userdata-8G.img", "Linux-BootLoader = linux-boot.bin",
-            "Linux-Kernel = zImage-linux", "Linux-CommandLine = " + kLinuxCmdLine,
-            "Linux-RamDisk = ramdisk-linux.img", "Linux-RootFs-InstallImage = rootfs.img",
-            "WindowsCE6-Bootloader = eboot.nb0", "WindowsCE6-BootLogo = logo.bmp",
-            "WindowsCE6-InstallImage = NK.bin"};
+        const QStringList ini = {"LowFormat = No", "LCD-Type = HDMI720P60", "Android-BootLoader = android-boot.bin",
+            "Android-Kernel = zImage", "Android-CommandLine = " + kAndroidCmdLine, "Android-RamDisk = ramdisk-android.img",
+            "Android-RootFs-InstallImage = system.img", "Android-UserData = userdata.img", "Android-UserData-8G = userdata-8G.img",
+            "Linux-BootLoader = linux-boot.bin", "Linux-Kernel = zImage-linux", "Linux-CommandLine = " + kLinuxCmdLine,
+            "Linux-RamDisk = ramdisk-linux.img", "Linux-RootFs-InstallImage = rootfs.img", "WindowsCE6-Bootloader = eboot.nb0",
+            "WindowsCE6-BootLogo = logo.bmp", "WindowsCE6-InstallImage = NK.bin"};
         ok = write("Velkaro.ini", ini.join('\n').toUtf8() + '\n');
         for (const char *name : {"android-boot.bin", "zImage", "ramdisk-android.img", "system.img", "userdata.img",
                                  "userdata-8G.img", "linux-boot.bin", "zImage-linux", "ramdisk-linux.img",
@@ -280,9 +277,7 @@ private Q_SLOTS:
         QCOMPARE(skipCali && skipCali->isVisible(), menu == "Android" || menu == "Linux");
 
         for (const QString &name : clicks) {
-            QCheckBox *box = page->findCheckboxControler(name);
-            if (!box)
-                box = page->findChild<QCheckBox *>(name);
+            QCheckBox *box = name.endsWith("CheckBox") ? page->findChild<QCheckBox *>(name) : page->findCheckboxControler(name);
             QVERIFY2(box && box->isVisible() && box->isEnabled(), qPrintable(name));
             const bool before = box->isChecked();
             clickBox(box);
@@ -435,7 +430,6 @@ private Q_SLOTS:
         QVERIFY(program->clickMenu(menu));
         folderAnswer = QStringLiteral(OSTRAKIT_SHIPPED_IMAGES);
         QTest::mouseClick(program->page()->findChild<QPushButton *>("imagesFolderButton"), Qt::LeftButton);
-        QCOMPARE(gImagesPath, folderAnswer);
         QVERIFY(flash(program->page()));
         QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
 
@@ -486,6 +480,10 @@ private Q_SLOTS:
         QVERIFY(startConnected(cpu));
         QVERIFY(chooseFolder(menu, folder));
         TConfigView *page = program->page();
+        folderAnswer = QCoreApplication::applicationDirPath(); // no description there: refused, the folder kept
+        QTest::mouseClick(page->findChild<QPushButton *>("imagesFolderButton"), Qt::LeftButton);
+        QCOMPARE(std::exchange(boxes, {}), QStringList{"Incorrect directory, Cannot find the file \"Velkaro.ini\"."});
+        QCOMPARE(gImagesPath, folder.dir.path());
         const auto reachable = [&] {
             QStringList found;
             for (const QString &label : unusable) {
