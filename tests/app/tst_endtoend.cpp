@@ -55,13 +55,13 @@ struct ImagesFolder
     {
         const QStringList ini = {"LowFormat = No", "LCD-Type = HDMI720P60", "Android-BootLoader = android-boot.bin",
             "Android-Kernel = zImage", "Android-CommandLine = " + kAndroidCmdLine, "Android-RamDisk = ramdisk-android.img",
-            "Android-RootFs-InstallImage = system.img", "Android-UserData = userdata.img", "Android-UserData-8G = userdata-8G.img",
-            "Linux-BootLoader = linux-boot.bin", "Linux-Kernel = zImage-linux", "Linux-CommandLine = " + kLinuxCmdLine,
-            "Linux-RamDisk = ramdisk-linux.img", "Linux-RootFs-InstallImage = rootfs.img", "WindowsCE6-Bootloader = eboot.nb0",
-            "WindowsCE6-BootLogo = logo.bmp", "WindowsCE6-InstallImage = NK.bin"};
+            "Android-RootFs-InstallImage = system.img", "Android-UserData = userdata.img", "Linux-Kernel = zImage-linux",
+            "Android-UserData-8G = userdata-8G.img", "Android-UserData-16G = userdata-16G.img", "Linux-BootLoader = linux-boot.bin",
+            "Linux-CommandLine = " + kLinuxCmdLine, "Linux-RamDisk = ramdisk-linux.img", "Linux-RootFs-InstallImage = rootfs.img",
+            "WindowsCE6-Bootloader = eboot.nb0", "WindowsCE6-BootLogo = logo.bmp", "WindowsCE6-InstallImage = NK.bin"};
         ok = write("Velkaro.ini", ini.join('\n').toUtf8() + '\n');
         for (const char *name : {"android-boot.bin", "zImage", "ramdisk-android.img", "system.img", "userdata.img",
-                                 "userdata-8G.img", "linux-boot.bin", "zImage-linux", "ramdisk-linux.img",
+                                 "userdata-8G.img", "userdata-16G.img", "linux-boot.bin", "zImage-linux", "ramdisk-linux.img",
                                  "rootfs.img", "eboot.nb0", "logo.bmp", "NK.bin", "led.bin", "halvorn-nand.bin"})
             ok = ok && write(name, content(flavour, name));
     }
@@ -392,15 +392,18 @@ private Q_SLOTS:
         QVERIFY(start->isVisible() && start->isEnabled() && page->findChild<QPushButton *>("cancelButton")->isHidden());
         QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
 
-        // Plugged back in, the same page flashes the whole image.
+        // Plugged back in, now with a larger eMMC: the same page flashes the whole image and
+        // the user data image made for that size.
         QObject::disconnect(gUsbDevCommand, &TUsbDevCommand::SendCurrentPos, page, nullptr);
         board.setFault(VirtualBoard::Fault::None);
         board.forgetReceived();
+        board.setEmmcSize("16GB");
         board.plugIn();
-        QTRY_VERIFY_WITH_TIMEOUT(program->connectedAndDescribed(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(program->connected() && program->homeText().contains("EMMC: 16GB"), 5000);
         QCOMPARE(program->page(), page);
         QVERIFY(flash(page));
         QCOMPARE(board.image(tag), ImagesFolder::content("first", file));
+        QCOMPARE(board.image("fuig"), menu == "Android" ? ImagesFolder::content("first", "userdata-16G.img") : QByteArray());
         QVERIFY(boxes.isEmpty());
     }
 
@@ -505,10 +508,9 @@ private Q_SLOTS:
             QTest::mouseClick(page->findChild<QPushButton *>(button), Qt::LeftButton);
             QCOMPARE(reachable(), QString());
         }
-        if (!userBin.isEmpty()) {
-            fileAnswer = folder.path(userBin);
+        fileAnswer = folder.path(userBin);
+        if (!userBin.isEmpty())
             QTest::mouseClick(page->findBrowerButton("No OS Image: "), Qt::LeftButton);
-        }
         VirtualBoard &board = *program->board;
         if (!box.isEmpty())
             board.setFault(VirtualBoard::Fault::RefusePacket, 1);
