@@ -208,8 +208,7 @@ private Q_SLOTS:
     {
         savedFont = QApplication::font();
         UserDialogs::setInformationHandler([this](QWidget *, const QString &, const QString &text) { boxes << text; });
-        UserDialogs::setOpenFileNameHandler(
-            [this](QWidget *, const QString &, const QString &, const QString &) { return fileAnswer; });
+        UserDialogs::setOpenFileNameHandler([this](QWidget *, const QString &, const QString &, const QString &) { return fileAnswer; });
         UserDialogs::setDirectoryHandler([this](QWidget *, const QString &, const QString &) { return folderAnswer; });
     }
     void init() { boxes.clear(); }
@@ -581,13 +580,14 @@ private Q_SLOTS:
         program = std::make_unique<Program>(QStringLiteral("4412")); // plugged in once events run
         TMainWidget &window = program->window;
         const QList<MenuButton *> rows = program->tab->menu()->allButtons();
+        const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
         QTest::mouseClick(rows.at(3), Qt::LeftButton); // Windows CE
         QCOMPARE(program->tab->visibleView(), program->tab->homeView());
         QTRY_VERIFY_WITH_TIMEOUT(program->page() && program->tab->currentViewName() == "winCEView", 5000);
         QVERIFY(program->page()->x() > program->tab->menu()->geometry().right()
                 && program->tab->rect().contains(program->page()->geometry()));
         QTest::mouseClick(rows.at(6), Qt::LeftButton);
-        QVERIFY(program->page() && !rows.at(6)->isEnabled() && rows.at(3)->isEnabled());
+        QVERIFY(program->page() && !rows.at(6)->isEnabled() && rows.at(3)->isEnabled() && !tabs.at(0)->isEnabled());
 
         window.move(100, 100);
         const QPoint start = window.pos();
@@ -600,7 +600,6 @@ private Q_SLOTS:
         }
         QCOMPARE(window.pos(), start + QPoint(30, 20));
 
-        const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
         auto *tools = window.findChild<MiscToolsWidget *>();
         QTest::mouseClick(tabs.at(2), Qt::LeftButton);
         QVERIFY(!program->tab->isVisible() && tools->isVisible() && !tabs.at(2)->isEnabled() && tabs.at(0)->isEnabled());

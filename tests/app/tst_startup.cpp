@@ -52,7 +52,6 @@ private Q_SLOTS:
             QCOMPARE(QApplication::font().family() == QStringLiteral("微软雅黑"), language == 1);
             QCOMPARE(boxes, QStringList(language || !ini.contains("=cn") ? QStringList() : QStringList{"Message|Load language-cn.qm failed!"}));
         }
-        UserDialogs::setInformationHandler({});
     }
 };
 

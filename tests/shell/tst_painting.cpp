@@ -5,6 +5,7 @@
 #include "serial/hled.h"
 #include "shell/appbutton.h"
 #include "shell/misctoolswidget.h"
+#include "shell/tabbutton.h"
 #include "shell/tbutton.h"
 #include "shell/titlebutton.h"
 
@@ -55,12 +56,13 @@ private Q_SLOTS:
         QVERIFY(solid(kIdle, 11).save(dir.filePath("n.png")) && solid(kHeld, 11).save(dir.filePath("p.png")));
         // Held or disabled, the close button turns red and shows its other picture.
         const QList<std::tuple<int, QColor, QColor>> states = {{0, QColor(125, 185, 216), QColor(194, 229, 251)},
-                                                               {1, QColor(140, 198, 42), QColor(217, 93, 77)},
-                                                               {2, QColor(220, 220, 220), QColor(217, 93, 77)}};
+            {1, QColor(140, 198, 42), QColor(217, 93, 77)}, {2, QColor(220, 220, 220), QColor(217, 93, 77)}};
         for (const auto &[state, fill, titleFill] : states) {
             TButton button(QStringLiteral("Flash"));
             TitleButton title(dir.filePath("n.png"), dir.filePath("p.png"));
-            for (QAbstractButton *b : {static_cast<QAbstractButton *>(&button), static_cast<QAbstractButton *>(&title)}) {
+            TabButton tab;
+            tab.setText(QStringLiteral("Flash"));
+            for (QAbstractButton *b : std::initializer_list<QAbstractButton *>{&button, &title, &tab}) {
                 b->setEnabled(state != 2);
                 b->setDown(state == 1);
             }
@@ -72,6 +74,8 @@ private Q_SLOTS:
             image = render(&title);
             QCOMPARE(QColor(image.pixel(0, 0)), titleFill);
             QCOMPARE(boundsOf(image, state ? kHeld : kIdle), QRect(10, 7, 11, 11));
+            tab.resize(100, 76); // held or chosen (disabled), a tab's caption shows white under its icon
+            QVERIFY(!state || boundsOf(render(&tab), Qt::white).top() >= 50);
         }
 
         // A held launcher shows its other picture a pixel down and right, and a blue caption;
