@@ -296,21 +296,21 @@ private Q_SLOTS:
             QTest::keyClicks(field, address);
         }
 
-        // While it runs, the other pages and "Quick Boot" stay out of reach, and the step and
-        // its progress are shown; afterwards the start button is back.
+        // While it runs, the other pages and "Quick Boot" stay out of reach, and the step, its
+        // progress and "Cancel" are shown in place of the start button, which is back afterwards.
         QList<bool> usableMeanwhile; // at the start of every transfer
-        QStringList steps, hidden;
+        QStringList steps, misshown; // "!": shown when it should not be
         connect(gUsbDevCommand, &TUsbDevCommand::SendMaxSize, page, [&] {
             usableMeanwhile << program->othersUsable(page->viewKind()).contains(true);
             steps << page->findChild<QLabel *>("statusLabel")->text();
-            for (const char *name : {"statusLabel", "transferLabel", "cancelButton"})
-                if (!page->findChild<QWidget *>(name)->isVisible())
-                    hidden << name;
+            for (const QString name : {"statusLabel", "transferLabel", "cancelButton", "!startButton"})
+                if (page->findChild<QWidget *>(QString(name).remove('!'))->isVisible() == name.startsWith('!'))
+                    misshown << name;
         });
         QVERIFY(flash(page));
         QVERIFY2(boxes.isEmpty(), qPrintable(boxes.join('|')));
         QCOMPARE(usableMeanwhile, QList<bool>(received.size(), false));
-        QVERIFY2(hidden.isEmpty(), qPrintable(hidden.join(' ')));
+        QVERIFY2(misshown.isEmpty(), qPrintable(misshown.join(' ')));
         QTEST(steps.value(0), "step");
         QVERIFY2(QRegularExpression("\\(Step(\\d+)/\\1\\) \\.\\.\\.$").match(steps.constLast()).hasMatch(), qPrintable(steps.constLast()));
         QVERIFY(!program->othersUsable(page->viewKind()).contains(false));
