@@ -33,59 +33,52 @@ struct FakeUsbSystem
     QHash<int, QByteArray> open; // fd -> node
     QByteArray root;
 
-    static FakeUsbSystem *&current()
-    {
-        static FakeUsbSystem *fake = nullptr;
-        return fake;
-    }
+    inline static FakeUsbSystem *current = nullptr;
     static int refusal(const QHash<QByteArray, int> &by, const QByteArray &path)
     {
         return by.value(path, by.value(QByteArray()));
     }
     void install(const QByteArray &nodes, const char *sysfs = nullptr)
     {
-        current() = this;
+        current = this;
         root = nodes;
-        usb_set_system_calls({root.constData(), fakeOpen, fakeRead, fakeClose, fakeIoctl,
-                              [](unsigned) { ++current()->sleeps; }, sysfs});
+        // Reads give exactly the file's bytes; the rest of the buffer is garbage that must
+        // not be taken for a descriptor.
+        const auto read = [](int fd, void *buf, size_t count) {
+            const ssize_t n = qMax<ssize_t>(::read(fd, buf, count), 0);
+            memset(static_cast<char *>(buf) + n, 0xa5, count - size_t(n));
+            return n;
+        };
+        const auto close = [](int fd) {
+            current->closes << fd;
+            return current->open.remove(fd) ? ::close(fd) : 0;
+        };
+        usb_set_system_calls({root.constData(), fakeOpen, read, close, fakeIoctl, [](unsigned) { ++current->sleeps; }, sysfs});
     }
     ~FakeUsbSystem()
     {
         usb_reset_system_calls();
-        current() = nullptr;
+        current = nullptr;
         for (int fd : open.keys())
             ::close(fd);
     }
 
     static int fakeOpen(const char *path, int flags)
     {
-        FakeUsbSystem *f = current();
-        ++f->opens;
-        const int error = !QByteArray(path).startsWith(f->root) ? 0 : refusal((flags & O_ACCMODE) == O_RDWR ? f->refuseReadWrite : f->refuseReadOnly, path);
+        ++current->opens;
+        const int error = !QByteArray(path).startsWith(current->root) ? 0 : refusal((flags & O_ACCMODE) == O_RDWR ? current->refuseReadWrite : current->refuseReadOnly, path);
         if (error) {
             errno = error;
             return -1;
         }
         const int fd = ::open(path, O_RDONLY);
         if (fd >= 0)
-            f->open.insert(fd, path);
+            current->open.insert(fd, path);
         return fd;
-    }
-    // Exactly the file's bytes; the rest of the buffer is garbage that must not be taken for a descriptor.
-    static ssize_t fakeRead(int fd, void *buf, size_t count)
-    {
-        const ssize_t n = qMax<ssize_t>(::read(fd, buf, count), 0);
-        memset(static_cast<char *>(buf) + n, 0xa5, count - size_t(n));
-        return n;
-    }
-    static int fakeClose(int fd)
-    {
-        current()->closes << fd;
-        return current()->open.remove(fd) ? ::close(fd) : 0;
     }
     static int fakeIoctl(int fd, unsigned long request, void *arg)
     {
-        FakeUsbSystem *f = current();
+        FakeUsbSystem *f = current;
         int result = -ENOTTY;
         if (request == USBDEVFS_CLAIMINTERFACE) {
             f->claims.append({f->open.value(fd), *static_cast<unsigned *>(arg)});

@@ -165,8 +165,10 @@ private Q_SLOTS:
     }
 
     // Refused at once while a transfer runs, and nothing goes to the board; the refusal drops
-    // the running transfer's file, which then ends with an outcome of its own.
-    void requestsWhileBusyAreRefused()
+    // the running transfer's file, which then ends with an outcome of its own. Each fault of
+    // the board fails its transfer for its own reason, and the next request works once the
+    // board behaves.
+    void busyOrMisbehaving()
     {
         BoardLink link(TUsbDevCommand::CPU_6410);
         link.command->pollBoard();
@@ -189,19 +191,13 @@ private Q_SLOTS:
             QCOMPARE(link.view.finished, QList<bool>({false, false}));
             QCOMPARE(link.view.logs.constLast(), QStringLiteral("1:Read file error"));
         }
-    }
 
-    // Each fault fails its transfer for its own reason, and the next request works once the board behaves.
-    void misbehavingBoard()
-    {
         const QString header = "1:Data not accept by the board", packet = "1:Data not accepted by the board",
                       idle = "1:Waitting idle bad response format";
         const QList<std::tuple<Fault, int, QString>> faults = {
             {Fault::RefuseHeader, 0, header}, {Fault::ShortHeaderReply, 0, header}, {Fault::RefusePacket, 3, packet},
             {Fault::GarbagePacketReply, 0, packet}, {Fault::BigOOnLastPacket, 0, "1:Read file error"},
             {Fault::GarbageIdleReply, 0, idle}, {Fault::ShortIdleReply, 0, idle}};
-        BoardLink link(TUsbDevCommand::CPU_6410);
-        link.command->pollBoard();
         for (const auto &[fault, packetNumber, error] : faults) {
             link.board->setFault(fault, packetNumber);
             link.view.clear();

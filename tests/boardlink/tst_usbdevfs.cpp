@@ -8,7 +8,6 @@
 #include "fakeusbsystem.h"
 
 #include "app/globals.h"
-#include "boardlink/boardaccess.h"
 #include "boardlink/tusbdevcommand.h"
 #include "boardlink/usbtransport.h"
 #include "cli/flashcli.h"
@@ -144,44 +143,34 @@ private Q_SLOTS:
         QCOMPARE(fake->closes, (QList<int>{42, 43}));
     }
 
-    void failedRead_data()
-    {
-        QTest::addColumn<QList<int>>("results");
-        QTest::addColumn<bool>("unplugged");
-        QTest::addColumn<unsigned>("stallTimeout");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<int>("transfers");
-        QTest::newRow("device gone") << QList<int>{-ENODEV} << false << 0u << -1 << 1;
-        QTest::newRow("cut short, node removed") << QList<int>{-EPROTO} << true << 0u << -1 << 1;
-        QTest::newRow("shut down, node removed") << QList<int>{-ESHUTDOWN} << true << 0u << -1 << 1;
-        QTest::newRow("protocol errors, board still there") << QList<int>{-EPROTO, -ESHUTDOWN, 2} << false << 0u << 2 << 3;
-        QTest::newRow("I/O error, node removed") << QList<int>{-EIO, -EIO, 2} << true << 0u << 2 << 3;
-        QTest::newRow("six I/O errors") << QList<int>(6, -EIO) << false << 0u << -1 << 6;
-        QTest::newRow("stalled board") << QList<int>{-ETIMEDOUT} << false << 1500u << -1 << 1;
-        QTest::newRow("time-outs, no stall limit") << QList<int>{-ETIMEDOUT, -ETIMEDOUT, 2} << false << 0u << 2 << 3;
-    }
     // Gone or stalled: no second attempt and no sleep. Otherwise six attempts a second apart.
     void failedRead()
     {
-        QFETCH(QList<int>, results);
-        QFETCH(bool, unplugged);
-        QFETCH(unsigned, stallTimeout);
-        QFETCH(int, transfers);
-        add("009/001", downloadDevice());
-        UsbDevfsTransport transport(node("009/001"));
-        transport.setStallTimeout(int(stallTimeout));
-        QVERIFY(transport.open());
-        fake->bulk = results;
-        if (unplugged)
-            QFile::remove(path("009/001"));
-        char buffer[512];
-        QTEST(int(transport.read(buffer, sizeof buffer)), "result");
-        QCOMPARE(fake->timeouts, QList<unsigned>(transfers, stallTimeout));
-        QCOMPARE(fake->sleeps, transfers - 1);
-        QCOMPARE(transport.stalled(), stallTimeout > 0);
-        if (transport.stalled()) {
-            QVERIFY(transport.open()); // a new connection starts afresh
-            QVERIFY(!transport.stalled());
+        const struct { const char *what; QList<int> results; bool unplugged; unsigned stallTimeout; int result, transfers; } cases[] = {
+            {"device gone", {-ENODEV}, false, 0, -1, 1},
+            {"cut short, node removed", {-EPROTO}, true, 0, -1, 1},
+            {"shut down, node removed", {-ESHUTDOWN}, true, 0, -1, 1},
+            {"protocol errors, board still there", {-EPROTO, -ESHUTDOWN, 2}, false, 0, 2, 3},
+            {"I/O error, node removed", {-EIO, -EIO, 2}, true, 0, 2, 3},
+            {"six I/O errors", QList<int>(6, -EIO), false, 0, -1, 6},
+            {"stalled board", {-ETIMEDOUT}, false, 1500, -1, 1},
+            {"time-outs, no stall limit", {-ETIMEDOUT, -ETIMEDOUT, 2}, false, 0, 2, 3}};
+        for (const auto &c : cases) {
+            add("009/001", downloadDevice());
+            UsbDevfsTransport transport(node("009/001"));
+            transport.setStallTimeout(int(c.stallTimeout));
+            QVERIFY(transport.open());
+            fake->bulk = c.results;
+            fake->timeouts.clear();
+            fake->sleeps = 0;
+            if (c.unplugged)
+                QFile::remove(path("009/001"));
+            char buffer[512];
+            const int result = transport.read(buffer, sizeof buffer);
+            QVERIFY2(result == c.result && fake->timeouts == QList<unsigned>(c.transfers, c.stallTimeout)
+                         && fake->sleeps == c.transfers - 1 && transport.stalled() == (c.stallTimeout > 0), c.what);
+            if (transport.stalled())
+                QVERIFY(transport.open() && !transport.stalled()); // a new connection starts afresh
         }
     }
 
@@ -295,13 +284,6 @@ private Q_SLOTS:
         fake->refuseReadOnly[{}] = readOnly;
         fake->refuseClaim[{}] = claim;
         fake->idleRead = 0; // the board answers nothing, which ends its description
-
-        // What a command line asks without any window.
-        bool usable = true;
-        const BoardAccessProblem probed = BoardAccess::probe(&usable);
-        QVERIFY(!usable);
-        QCOMPARE(probed.node, path("002/005"));
-        QCOMPARE(probed.error, error);
 
         TMainWidget window;
         gUsbDevCommand->Stop();

@@ -14,12 +14,12 @@
 #include "boardlink/virtualboard.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QFile>
 
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <endian.h>
 #include <fcntl.h>
 #include <linux/usb/functionfs.h>
@@ -48,21 +48,12 @@ bool writeText(const QByteArray &path, const QByteArray &text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
 }
 
-qint64 nowNs()
-{
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return qint64(t.tv_sec) * 1000000000 + t.tv_nsec;
-}
-
 } // namespace
 
 int main(int argc, char **argv)
 {
-    if (argc < 3) {
-        fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N]\n");
-        return 2;
-    }
+    if (argc < 3)
+        return fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N]\n"), 2;
     const QByteArray ffs = qgetenv("OSTRAKIT_GADGET_FFS");
     const QByteArray udc = qgetenv("OSTRAKIT_GADGET_UDC");
     const QByteArray outDir = argv[2];
@@ -87,29 +78,25 @@ int main(int argc, char **argv)
     const usb_functionfs_strings_head strings = {htole32(FUNCTIONFS_STRINGS_MAGIC), htole32(sizeof strings), 0, 0};
 
     const int ep0 = open(ffs + "/ep0", O_RDWR);
-    if (ep0 < 0 || write(ep0, &descriptors, sizeof descriptors) < 0 || write(ep0, &strings, sizeof strings) < 0) {
-        perror("halvorngadget: FunctionFS");
-        return 1;
-    }
-    const int epIn = open(ffs + "/ep1", O_RDWR);
-    const int epOut = open(ffs + "/ep2", O_RDWR);
-    if (epIn < 0 || epOut < 0 || !writeText(udc, "dummy_udc.0\n")) {
-        perror("halvorngadget: endpoints or UDC");
-        return 1;
-    }
+    const bool described = ep0 >= 0 && write(ep0, &descriptors, sizeof descriptors) >= 0 && write(ep0, &strings, sizeof strings) >= 0;
+    const int epIn = described ? open(ffs + "/ep1", O_RDWR) : -1;
+    const int epOut = described ? open(ffs + "/ep2", O_RDWR) : -1;
+    if (epIn < 0 || epOut < 0 || !writeText(udc, "dummy_udc.0\n"))
+        return perror("halvorngadget: FunctionFS, endpoints or UDC"), 1;
 
     sigset_t plugBack;
     sigemptyset(&plugBack);
     sigaddset(&plugBack, SIGUSR1);
     sigprocmask(SIG_BLOCK, &plugBack, nullptr);
     auto pullCable = [&] {
-        writeText(outDir + "/unplugged", QByteArray::number(nowNs()));
+        writeText(outDir + "/unplugged", QByteArray::number(QDeadlineTimer::current(Qt::PreciseTimer).deadlineNSecs()));
         writeText(udc, "\n");
         int signal = 0;
         sigwait(&plugBack, &signal);
         board.setFault(VirtualBoard::Fault::None);
         board.plugIn();
         writeText(udc, "dummy_udc.0\n");
+        board.open();
     };
 
     board.open();
@@ -127,27 +114,22 @@ int main(int argc, char **argv)
             ++packets;
         if (fault == "silent" && packets > faultPacket) {
             sleep(1);
-            pullCable();
             fault.clear();
+            pullCable();
             continue;
         }
-        if (board.write(transfer.constData(), int(n)) < 0 || !board.isPluggedIn()) {
+        if (board.write(transfer.constData(), int(n)) >= 0 && board.isPluggedIn()) {
+            const int len = board.read(reply, sizeof reply);
+            if (len >= 2 && memcmp(reply, "1 ", 2) == 0) {
+                // The board has written its images: hand them to the test before it hears so.
+                for (const QByteArray &tag : board.receivedTags())
+                    writeText(outDir + '/' + tag, board.image(tag));
+                board.forgetReceived();
+            }
+            if (len >= 0 && write(epIn, reply, size_t(len)) < 0)
+                usleep(1000);
+        }
+        if (!board.isPluggedIn()) // pulled, or left download mode (boot, user bin from RAM)
             pullCable();
-            board.open();
-            continue;
-        }
-        const int len = board.read(reply, sizeof reply);
-        if (len >= 2 && memcmp(reply, "1 ", 2) == 0) {
-            // The board has written its images: hand them to the test before it hears so.
-            for (const QByteArray &tag : board.receivedTags())
-                writeText(outDir + '/' + tag, board.image(tag));
-            board.forgetReceived();
-        }
-        if (len >= 0 && write(epIn, reply, size_t(len)) < 0)
-            usleep(1000);
-        if (!board.isPluggedIn()) { // left download mode (boot, user bin from RAM)
-            pullCable();
-            board.open();
-        }
     }
 }
