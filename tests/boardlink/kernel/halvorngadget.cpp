@@ -13,9 +13,7 @@
 
 #include "boardlink/virtualboard.h"
 
-#include <QByteArray>
-#include <QDeadlineTimer>
-#include <QFile>
+#include <QtCore>
 
 #include <csignal>
 #include <cstdio>
@@ -35,11 +33,9 @@ struct __attribute__((packed)) InterfaceDescriptors {
 
 InterfaceDescriptors interfaceAt(uint16_t maxPacket)
 {
-    InterfaceDescriptors d{};
-    d.intf = {USB_DT_INTERFACE_SIZE, USB_DT_INTERFACE, 0, 0, 2, 0xff, 0x42, 0x03, 0};
-    d.in = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 1 | USB_DIR_IN, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
-    d.out = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 2 | USB_DIR_OUT, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
-    return d;
+    return {{USB_DT_INTERFACE_SIZE, USB_DT_INTERFACE, 0, 0, 2, 0xff, 0x42, 0x03, 0},
+            {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 1 | USB_DIR_IN, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0},
+            {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 2 | USB_DIR_OUT, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0}};
 }
 
 bool writeText(const QByteArray &path, const QByteArray &text)
@@ -65,16 +61,14 @@ int main(int argc, char **argv)
     if (fault == "vanish")
         board.setFault(VirtualBoard::Fault::VanishAfterPackets, faultPacket);
 
-    struct __attribute__((packed)) {
+    // Full speed and high speed: the interface and its two bulk endpoints each.
+    const struct __attribute__((packed)) {
         usb_functionfs_descs_head_v2 header;
         uint32_t fsCount, hsCount;
         InterfaceDescriptors fs, hs;
-    } descriptors{};
-    descriptors.header = {htole32(FUNCTIONFS_DESCRIPTORS_MAGIC_V2), htole32(sizeof descriptors),
-                          htole32(FUNCTIONFS_HAS_FS_DESC | FUNCTIONFS_HAS_HS_DESC)};
-    descriptors.fsCount = descriptors.hsCount = htole32(3);
-    descriptors.fs = interfaceAt(64);
-    descriptors.hs = interfaceAt(512);
+    } descriptors = {{htole32(FUNCTIONFS_DESCRIPTORS_MAGIC_V2), htole32(sizeof descriptors),
+                      htole32(FUNCTIONFS_HAS_FS_DESC | FUNCTIONFS_HAS_HS_DESC)},
+                     htole32(3), htole32(3), interfaceAt(64), interfaceAt(512)};
     const usb_functionfs_strings_head strings = {htole32(FUNCTIONFS_STRINGS_MAGIC), htole32(sizeof strings), 0, 0};
 
     const int ep0 = open(ffs + "/ep0", O_RDWR);

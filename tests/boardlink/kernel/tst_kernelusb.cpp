@@ -4,14 +4,7 @@
 
 #include "boardlink/tusbdevcommand.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 #include <csignal>
 #include <grp.h>
@@ -53,11 +46,7 @@ struct Gadget : QProcess
         start(qEnvironmentVariable("OSTRAKIT_GADGET"), args);
         waitForStarted();
     }
-    ~Gadget() override
-    {
-        kill();
-        waitForFinished();
-    }
+    ~Gadget() override { kill(), waitForFinished(); }
 };
 
 // The link, with what it tells.
@@ -66,13 +55,11 @@ struct Link : TUsbDevCommand
     QSignalSpy connected{this, &TUsbDevice::Connected}, attached{this, &TUsbDevCommand::NewDeviceAttached},
         finished{this, &TUsbDevCommand::SendFinished}, log{this, &TUsbDevice::ReportLog};
     bool waitAttached() { return attached.count() > 0 || attached.wait(8000); }
-    // The outcome of the next request, and when it arrived (guest clock).
-    bool outcome(qint64 *at = nullptr)
+    // The outcome of the next request.
+    bool outcome()
     {
         if (finished.isEmpty() && !finished.wait(60000))
             return false;
-        if (at)
-            *at = QDeadlineTimer::current(Qt::PreciseTimer).deadlineNSecs();
         return finished.takeFirst().at(0).toBool();
     }
     QStringList said(int level = 1) const
@@ -114,12 +101,11 @@ private slots:
     void foundLostAndFoundAgain_data()
     {
         QTest::addColumn<QString>("cpu");
-        QTest::addColumn<int>("chunk");
         QTest::addColumn<QString>("line");
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QList<int>>("sizesMiB");
-        QTest::newRow("4412, cable pulled mid-transfer") << "4412" << 65534 << "EMMC: 8GB" << "vanish" << QList<int>{4, 64};
-        QTest::newRow("210, silent board, then pulled") << "210" << 510 << "NAND: 1GB SLC" << "silent" << QList<int>{1};
+        QTest::newRow("4412, cable pulled mid-transfer") << "4412" << "EMMC: 8GB" << "vanish" << QList<int>{4, 64};
+        QTest::newRow("210, silent board, then pulled") << "210" << "NAND: 1GB SLC" << "silent" << QList<int>{1};
     }
     void foundLostAndFoundAgain()
     {
@@ -133,19 +119,15 @@ private slots:
             QVERIFY(link.waitAttached());
             QCOMPARE(link.connected.count(), 1 + 2 * plug);
             QCOMPARE(TUsbDevCommand::cpuName(link.boardCpu()), cpu);
-            QCOMPARE(link.currentPacketSize(), 512);
-            QTEST(link.chunkSize(), "chunk");
             const QString text = link.attached.takeFirst().at(0).toString();
             QVERIFY2(text.contains(QStringLiteral("CPU: ")) && text.contains(line), qPrintable(text));
             if (plug == 1)
                 break;
             writeImage(4);
             link.SendKernel(QStringLiteral("/tmp/kernel.img"));
-            qint64 endedAt = 0;
-            QVERIFY(!link.outcome(&endedAt));
-            const QByteArray unplugged = fromBoard("unplugged");
-            QVERIFY(!unplugged.isEmpty());
-            const qint64 unpluggedToOutcomeUs = (endedAt - unplugged.toLongLong()) / 1000;
+            QVERIFY(!link.outcome());
+            const qint64 endedAt = QDeadlineTimer::current(Qt::PreciseTimer).deadlineNSecs(); // guest clock
+            const qint64 unpluggedToOutcomeUs = (endedAt - fromBoard("unplugged").toLongLong()) / 1000;
             qInfo("%s: unplug to SendFinished(false): %lld us (guest clock)", qPrintable(fault), unpluggedToOutcomeUs);
             QVERIFY(unpluggedToOutcomeUs >= 0 && unpluggedToOutcomeUs < 500000);
             QCOMPARE(link.connected.last().at(0).toBool(), false);
@@ -189,8 +171,7 @@ private slots:
         const QByteArray said = user.readAll();
         QVERIFY2(user.exitStatus() == QProcess::NormalExit && user.exitCode() == 0, said.constData());
         const QList<QByteArray> lines = said.trimmed().split('\n');
-        QCOMPARE(lines.first(), QByteArray("3 searches, no board"));
-        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines.size() == 2 && lines.first() == "3 searches, no board", said.constData());
         QVERIFY2(lines.at(1).contains(node) && lines.at(1).contains("70-ostrakit-halvorn.rules"), said.constData());
         qInfo("mode %o, as a user, the log says: %s", mode, lines.at(1).constData());
 
