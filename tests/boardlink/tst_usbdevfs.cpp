@@ -223,7 +223,7 @@ private Q_SLOTS:
         fake->bulk = {8, 0, 8, 0, -EIO}; // the third greeting ("SKIPINFO") is not taken
         worker.pollBoard();
         worker.pollBoard();
-        fake->bulk = {7, -ENODEV}; // the keep-alive asks for no report
+        fake->bulk = {7, -ENODEV}; // the keep-alive's reply fails: told, though it asks for no report
         worker.pollBoard();
         worker.quiet = true;
         fake->bulk = {8, 0, 8, 0, 8, -ENODEV};
