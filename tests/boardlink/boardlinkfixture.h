@@ -46,11 +46,7 @@ struct BoardLink
     ~BoardLink() { gUsbDevCommand = nullptr; }
 
     // One tick of the poll: finds the board, greets it and identifies it.
-    void plugIn()
-    {
-        board->plugIn();
-        command->pollBoard();
-    }
+    void plugIn() { board->plugIn(), command->pollBoard(); }
 
     // Turns the event loop until `count` outcomes have arrived, and a little longer so
     // that a stray further outcome would be seen.

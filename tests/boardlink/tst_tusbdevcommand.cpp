@@ -3,10 +3,7 @@
 
 #include "boardlinkfixture.h"
 
-#include <QFile>
-#include <QRandomGenerator>
-#include <QRegularExpression>
-#include <QTemporaryDir>
+#include <QtCore>
 
 using Cpu = TUsbDevCommand::TBoardCPU;
 using Fault = VirtualBoard::Fault;
@@ -27,8 +24,7 @@ class TstTUsbDevCommand : public QObject
     static QByteArray randomBytes(int size)
     {
         QByteArray bytes(size, Qt::Uninitialized);
-        for (char &c : bytes)
-            c = char(QRandomGenerator::global()->generate());
+        std::generate(bytes.begin(), bytes.end(), [] { return char(QRandomGenerator::global()->generate()); });
         return bytes;
     }
 
@@ -44,10 +40,7 @@ private Q_SLOTS:
         QTest::newRow("number outside a CPU line") << QStringList{"RAM: 4412 MB", "NAND: 2440"} << 0 << 0;
         QTest::newRow("the last match in table order wins") << QStringList{"CPU: 6410 or 210"} << int(TUsbDevCommand::CPU_6410) << 2;
         QTest::newRow("silent board") << QStringList{} << 0 << 0;
-        QStringList twelve;
-        for (int i = 0; i < 12; ++i)
-            twelve << QStringLiteral("Line%1: %1").arg(i);
-        QTest::newRow("ten lines at most") << twelve << 0 << 0;
+        QTest::newRow("ten lines at most") << QStringLiteral("0 1 2 3 4 5 6 7 8 9 10 11").split(' ') << 0 << 0;
     }
     // Greeted three times, asked for lines until the first non-answer; the views hear of the
     // processor and the description before the connection itself; the next tick only polls.
@@ -84,12 +77,11 @@ private Q_SLOTS:
         QCOMPARE(link.view.positions, QList<int>({0, chunk, 2 * chunk, 2 * chunk + 1}));
         QVERIFY(link.view.logs.contains("0:Send File completed, Waitting...") && link.view.logs.contains("0:Writing kern to flash ... 25%"));
         QVERIFY(!link.view.logs.join('|').contains("1:"));
-
     }
     // Refusals before anything goes out; commands without a file end before the call
     // returns, each with its own word; boot makes the board go quietly; without a board a
     // command is told the cable is missing. The tags of the root file system and of low format
-    // follow the processor and the system (each page's own tags are the end-to-end test's).
+    // follow the processor and the system (that the commands use them is the end-to-end test's).
     void commandsAndTags()
     {
         BoardLink link;
@@ -122,51 +114,20 @@ private Q_SLOTS:
             {7, 2, "lfsi", "fmtl"}, {8, 2, "lfsi", "fmtl"}, {6, 0, "fsig", "lfmt"}, {6, 1, "ufsi", "fmtu"},
             {6, 3, "fsig", "lfmt"}, {2, 2, "fsig", "lfmt"}};
         for (const auto &[cpu, os, fsTag, formatTag] : tags) {
-            BoardLink board{Cpu(cpu)};
-            board.command->pollBoard();
-            board.command->SetOS(TUsbDevCommand::TOS(os));
-            board.command->LowFormat();
-            QCOMPARE(board.board->formatCommands(), QList<QByteArray>{formatTag});
-            board.command->SendLinuxFs(writeFile("root file system"));
-            QVERIFY(board.waitFinished(2));
-            QCOMPARE(board.board->receivedTags().value(0), fsTag);
+            QCOMPARE(TUsbDevCommand::fileSystemTag(Cpu(cpu), TUsbDevCommand::TOS(os)), fsTag);
+            QCOMPARE(TUsbDevCommand::formatTag(Cpu(cpu), TUsbDevCommand::TOS(os)), formatTag);
         }
     }
 
-    // A user bin run from memory is confirmed once its data is in; the board is gone before
-    // the idle poll, which ends the request a second time, unreported (its content and the
-    // board's return are the end-to-end test's). A refused run leaves the "board leaves"
+    // One board through requests that end unusually. A request while a transfer runs is
+    // refused at once, and nothing goes to the board; the refusal drops the running
+    // transfer's file, which then ends with an outcome of its own. Each fault of the board
+    // fails its transfer for its own reason, and the next request works once the board
+    // behaves. A user bin run from memory is confirmed once its data is in; the board is gone
+    // before the idle poll, which ends the request a second time, unreported (its content and
+    // the board's return are the end-to-end test's). A refused run leaves the "board leaves"
     // mark for the ramdisk after it, confirmed twice; a kernel clears it.
-    void leavingDownloadMode()
-    {
-        BoardLink link;
-        link.command->pollBoard();
-        link.command->SendUserBin(writeFile(randomBytes(5000)), false);
-        QVERIFY(link.waitFinished(2));
-        QCOMPARE(link.view.finished, QList<bool>({true, false}));
-        QCOMPARE(link.view.events.count("Connected(false)"), 1);
-        QVERIFY(!link.view.logs.join('|').contains("1:"));
-        link.plugIn();
-
-        link.board->setFault(Fault::RefuseHeader);
-        link.command->SendUserBin(writeFile("abc"), false);
-        QVERIFY(link.waitFinished(2));
-        link.board->setFault(Fault::None);
-        link.view.clear();
-        link.command->SendRamdisk(writeFile(randomBytes(3000)));
-        QVERIFY(link.waitFinished(2));
-        QCOMPARE(link.view.finished, QList<bool>({true, true}));
-        link.command->SendKernel(writeFile("kernel"));
-        QVERIFY(link.waitFinished(3));
-        link.view.clear();
-        link.command->SendRamdisk(writeFile(randomBytes(3000)));
-        QVERIFY(link.waitFinished());
-        QCOMPARE(link.view.finished, QList<bool>{true});
-    }
-
-    // Refused at once while a transfer runs, and nothing goes to the board; the refusal drops
-    // the running transfer's file, which then ends with an outcome of its own.
-    void requestsWhileBusyAreRefused()
+    void unusualEnds()
     {
         BoardLink link(TUsbDevCommand::CPU_6410);
         link.command->pollBoard();
@@ -189,19 +150,13 @@ private Q_SLOTS:
             QCOMPARE(link.view.finished, QList<bool>({false, false}));
             QCOMPARE(link.view.logs.constLast(), QStringLiteral("1:Read file error"));
         }
-    }
 
-    // Each fault fails its transfer for its own reason, and the next request works once the board behaves.
-    void misbehavingBoard()
-    {
         const QString header = "1:Data not accept by the board", packet = "1:Data not accepted by the board",
                       idle = "1:Waitting idle bad response format";
         const QList<std::tuple<Fault, int, QString>> faults = {
             {Fault::RefuseHeader, 0, header}, {Fault::ShortHeaderReply, 0, header}, {Fault::RefusePacket, 3, packet},
             {Fault::GarbagePacketReply, 0, packet}, {Fault::BigOOnLastPacket, 0, "1:Read file error"},
             {Fault::GarbageIdleReply, 0, idle}, {Fault::ShortIdleReply, 0, idle}};
-        BoardLink link(TUsbDevCommand::CPU_6410);
-        link.command->pollBoard();
         for (const auto &[fault, packetNumber, error] : faults) {
             link.board->setFault(fault, packetNumber);
             link.view.clear();
@@ -215,6 +170,29 @@ private Q_SLOTS:
             QCOMPARE(link.view.finished, QList<bool>({false, true}));
             QVERIFY(link.board->image("kern") == data && !link.view.events.contains("Connected(false)"));
         }
+
+        link.view.clear();
+        link.command->SendUserBin(writeFile(randomBytes(5000)), false);
+        QVERIFY(link.waitFinished(2));
+        QCOMPARE(link.view.finished, QList<bool>({true, false}));
+        QCOMPARE(link.view.events.count("Connected(false)"), 1);
+        QVERIFY(!link.view.logs.join('|').contains("1:"));
+        link.plugIn();
+
+        link.board->setFault(Fault::RefuseHeader);
+        link.command->SendUserBin(writeFile("abc"), false);
+        QVERIFY(link.waitFinished(2));
+        link.board->setFault(Fault::None);
+        link.view.clear();
+        link.command->SendRamdisk(writeFile(randomBytes(3000)));
+        QVERIFY(link.waitFinished(2));
+        QCOMPARE(link.view.finished, QList<bool>({true, true}));
+        link.command->SendKernel(writeFile("kernel"));
+        QVERIFY(link.waitFinished(3));
+        link.view.clear();
+        link.command->SendRamdisk(writeFile(randomBytes(3000)));
+        QVERIFY(link.waitFinished());
+        QCOMPARE(link.view.finished, QList<bool>{true});
     }
 };
 

@@ -13,13 +13,11 @@
 
 #include "boardlink/virtualboard.h"
 
-#include <QByteArray>
-#include <QFile>
+#include <QtCore>
 
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <endian.h>
 #include <fcntl.h>
 #include <linux/usb/functionfs.h>
@@ -35,11 +33,9 @@ struct __attribute__((packed)) InterfaceDescriptors {
 
 InterfaceDescriptors interfaceAt(uint16_t maxPacket)
 {
-    InterfaceDescriptors d{};
-    d.intf = {USB_DT_INTERFACE_SIZE, USB_DT_INTERFACE, 0, 0, 2, 0xff, 0x42, 0x03, 0};
-    d.in = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 1 | USB_DIR_IN, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
-    d.out = {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 2 | USB_DIR_OUT, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0};
-    return d;
+    return {{USB_DT_INTERFACE_SIZE, USB_DT_INTERFACE, 0, 0, 2, 0xff, 0x42, 0x03, 0},
+            {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 1 | USB_DIR_IN, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0},
+            {USB_DT_ENDPOINT_SIZE, USB_DT_ENDPOINT, 2 | USB_DIR_OUT, USB_ENDPOINT_XFER_BULK, htole16(maxPacket), 0}};
 }
 
 bool writeText(const QByteArray &path, const QByteArray &text)
@@ -48,21 +44,12 @@ bool writeText(const QByteArray &path, const QByteArray &text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
 }
 
-qint64 nowNs()
-{
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return qint64(t.tv_sec) * 1000000000 + t.tv_nsec;
-}
-
 } // namespace
 
 int main(int argc, char **argv)
 {
-    if (argc < 3) {
-        fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N]\n");
-        return 2;
-    }
+    if (argc < 3)
+        return fprintf(stderr, "usage: halvorngadget CPU OUTDIR [vanish N | silent N]\n"), 2;
     const QByteArray ffs = qgetenv("OSTRAKIT_GADGET_FFS");
     const QByteArray udc = qgetenv("OSTRAKIT_GADGET_UDC");
     const QByteArray outDir = argv[2];
@@ -74,42 +61,36 @@ int main(int argc, char **argv)
     if (fault == "vanish")
         board.setFault(VirtualBoard::Fault::VanishAfterPackets, faultPacket);
 
-    struct __attribute__((packed)) {
+    // Full speed and high speed: the interface and its two bulk endpoints each.
+    const struct __attribute__((packed)) {
         usb_functionfs_descs_head_v2 header;
         uint32_t fsCount, hsCount;
         InterfaceDescriptors fs, hs;
-    } descriptors{};
-    descriptors.header = {htole32(FUNCTIONFS_DESCRIPTORS_MAGIC_V2), htole32(sizeof descriptors),
-                          htole32(FUNCTIONFS_HAS_FS_DESC | FUNCTIONFS_HAS_HS_DESC)};
-    descriptors.fsCount = descriptors.hsCount = htole32(3);
-    descriptors.fs = interfaceAt(64);
-    descriptors.hs = interfaceAt(512);
+    } descriptors = {{htole32(FUNCTIONFS_DESCRIPTORS_MAGIC_V2), htole32(sizeof descriptors),
+                      htole32(FUNCTIONFS_HAS_FS_DESC | FUNCTIONFS_HAS_HS_DESC)},
+                     htole32(3), htole32(3), interfaceAt(64), interfaceAt(512)};
     const usb_functionfs_strings_head strings = {htole32(FUNCTIONFS_STRINGS_MAGIC), htole32(sizeof strings), 0, 0};
 
     const int ep0 = open(ffs + "/ep0", O_RDWR);
-    if (ep0 < 0 || write(ep0, &descriptors, sizeof descriptors) < 0 || write(ep0, &strings, sizeof strings) < 0) {
-        perror("halvorngadget: FunctionFS");
-        return 1;
-    }
-    const int epIn = open(ffs + "/ep1", O_RDWR);
-    const int epOut = open(ffs + "/ep2", O_RDWR);
-    if (epIn < 0 || epOut < 0 || !writeText(udc, "dummy_udc.0\n")) {
-        perror("halvorngadget: endpoints or UDC");
-        return 1;
-    }
+    const bool described = ep0 >= 0 && write(ep0, &descriptors, sizeof descriptors) >= 0 && write(ep0, &strings, sizeof strings) >= 0;
+    const int epIn = described ? open(ffs + "/ep1", O_RDWR) : -1;
+    const int epOut = described ? open(ffs + "/ep2", O_RDWR) : -1;
+    if (epIn < 0 || epOut < 0 || !writeText(udc, "dummy_udc.0\n"))
+        return perror("halvorngadget: FunctionFS, endpoints or UDC"), 1;
 
     sigset_t plugBack;
     sigemptyset(&plugBack);
     sigaddset(&plugBack, SIGUSR1);
     sigprocmask(SIG_BLOCK, &plugBack, nullptr);
     auto pullCable = [&] {
-        writeText(outDir + "/unplugged", QByteArray::number(nowNs()));
+        writeText(outDir + "/unplugged", QByteArray::number(QDeadlineTimer::current(Qt::PreciseTimer).deadlineNSecs()));
         writeText(udc, "\n");
         int signal = 0;
         sigwait(&plugBack, &signal);
         board.setFault(VirtualBoard::Fault::None);
         board.plugIn();
         writeText(udc, "dummy_udc.0\n");
+        board.open();
     };
 
     board.open();
@@ -127,27 +108,22 @@ int main(int argc, char **argv)
             ++packets;
         if (fault == "silent" && packets > faultPacket) {
             sleep(1);
-            pullCable();
             fault.clear();
+            pullCable();
             continue;
         }
-        if (board.write(transfer.constData(), int(n)) < 0 || !board.isPluggedIn()) {
+        if (board.write(transfer.constData(), int(n)) >= 0 && board.isPluggedIn()) {
+            const int len = board.read(reply, sizeof reply);
+            if (len >= 2 && memcmp(reply, "1 ", 2) == 0) {
+                // The board has written its images: hand them to the test before it hears so.
+                for (const QByteArray &tag : board.receivedTags())
+                    writeText(outDir + '/' + tag, board.image(tag));
+                board.forgetReceived();
+            }
+            if (len >= 0 && write(epIn, reply, size_t(len)) < 0)
+                usleep(1000);
+        }
+        if (!board.isPluggedIn()) // pulled, or left download mode (boot, user bin from RAM)
             pullCable();
-            board.open();
-            continue;
-        }
-        const int len = board.read(reply, sizeof reply);
-        if (len >= 2 && memcmp(reply, "1 ", 2) == 0) {
-            // The board has written its images: hand them to the test before it hears so.
-            for (const QByteArray &tag : board.receivedTags())
-                writeText(outDir + '/' + tag, board.image(tag));
-            board.forgetReceived();
-        }
-        if (len >= 0 && write(epIn, reply, size_t(len)) < 0)
-            usleep(1000);
-        if (!board.isPluggedIn()) { // left download mode (boot, user bin from RAM)
-            pullCable();
-            board.open();
-        }
     }
 }
