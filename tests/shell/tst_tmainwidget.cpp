@@ -19,6 +19,8 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
+#include <QTextEdit>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QSettings>
@@ -135,6 +137,12 @@ private Q_SLOTS:
         tab->needEnableControler(false, 1);
         QCOMPARE(QList<bool>({tab->quickBootButton()->isEnabled(), usable(0), usable(1), usable(2), usable(4)}),
                  QList<bool>({false, false, true, false, false}));
+        // A page first shown now has heard the board all along: its log and its processor.
+        Q_EMIT gUsbDevCommand->ReportLog(0, QStringLiteral("Halvorn says hello"));
+        TConfigView *late = tab->configView(3);
+        QVERIFY(late->findChild<QTextEdit *>(QStringLiteral("logBox"))->toPlainText().contains("Halvorn says hello"));
+        QCOMPARE(late->findChild<QLineEdit *>(QStringLiteral("ramAddressEdit"))->text(),
+                 QStringLiteral("4412-userbin-default-addr-should be here"));
     }
 
     void chineseTexts()
