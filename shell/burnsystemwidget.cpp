@@ -86,6 +86,10 @@ TConfigView *BurnSystemWidget::configView(int kind)
 
     auto *page = new TConfigView(kind, this);
     page->hide();
+    // Sized first, as the pages built at start were before anything reached them: the log
+    // lays out its lines at the width it has when they come in.
+    if (testAttribute(Qt::WA_Resized))
+        page->setGeometry(201, 0, width() - 204, height());
     // The page catches up on what it would have heard had it existed from the start; it is
     // wired only afterwards, so that nothing it says while catching up reaches the other pages.
     for (const PageEvent &event : std::as_const(pendingEvents))
@@ -94,8 +98,6 @@ TConfigView *BurnSystemWidget::configView(int kind)
     connect(page, &TConfigView::imagesPathUpdated, this, &BurnSystemWidget::imagesPathUpdatedSlot);
     connect(page, &TConfigView::switchView, this, &BurnSystemWidget::switchView);
     Global::connectUSBSlots(page);
-    if (testAttribute(Qt::WA_Resized))
-        page->setGeometry(201, 0, width() - 204, height());
     views.append(page);
     *slot = page;
 
