@@ -447,7 +447,12 @@ void TConfigView::reinitAndroidUserDataFromVelkaroIni()
 
 void TConfigView::imagesPathUpdatedSlot()
 {
-    const VelkaroIni::ImageSet set = VelkaroIni::chosenImageSet(gImagesPath);
+    fillFromImagesFolder(gImagesPath);
+}
+
+void TConfigView::fillFromImagesFolder(const QString &folder)
+{
+    const VelkaroIni::ImageSet set = VelkaroIni::chosenImageSet(folder);
     if (set.isValid())
         initWithFromVelkaroIni(set.folder, set.iniFile);
 }

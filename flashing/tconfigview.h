@@ -43,6 +43,8 @@ public:
 
     void initWithFromVelkaroIni(const QString &imagesFolder, const QString &iniFile);
     void reinitAndroidUserDataFromVelkaroIni();
+    // What imagesPathUpdatedSlot() does for a folder chosen earlier than now.
+    void fillFromImagesFolder(const QString &folder);
     void checkEditAndSelectAll();
     void enableAllButton(bool e);
     void resetView();

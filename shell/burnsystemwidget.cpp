@@ -3,6 +3,7 @@
 #include "app/globals.h"
 #include "boardlink/global.h"
 #include "boardlink/tusbdevcommand.h"
+#include "flashing/configpage.h"
 #include "flashing/tconfigview.h"
 #include "shell/resourcetext.h"
 #include "shell/taboutview.h"
@@ -24,31 +25,17 @@ BurnSystemWidget::BurnSystemWidget(QWidget *parent)
     menuWidget = new TMenu(this);
     connect(menuWidget, &TMenu::switchView, this, &BurnSystemWidget::switchView);
 
+    // Only the home view is on screen at start. The other views are built the first time
+    // they are shown: most sessions use one flashing page, and building and polishing all
+    // five with their style sheets took about a third of the window's start-up.
     home = new THomeView(this);
-    androidView = new TConfigView(0, this);
-    winCEView = new TConfigView(2, this);
-    linuxView = new TConfigView(1, this);
-    nonOSViewRun = new TConfigView(3, this);
-    nonOSViewInstall = new TConfigView(4, this);
-    language = new TLanguageSettingView(this);
-    about = new TAboutView(this);
-    views = {home, androidView, linuxView, winCEView, nonOSViewRun, nonOSViewInstall, language, about};
+    views = {home};
 
     Global::connectUSBSlots(home);
     Global::connectUSBSlots(menuWidget);
     Global::connectUSBSlots(this);
 
-    for (QWidget *view : std::as_const(views)) {
-        view->hide();
-        if (!view->inherits("TConfigView"))
-            continue;
-        connect(view, SIGNAL(needEnableControler(bool, int)), this, SLOT(needEnableControler(bool, int)));
-        connect(view, SIGNAL(imagesPathUpdated()), this, SLOT(imagesPathUpdatedSlot()));
-        connect(view, SIGNAL(switchView(QString)), this, SLOT(switchView(QString)));
-        Global::connectUSBSlots(view);
-    }
-
-    views.first()->show();
+    home->show();
     const bool present = boardPresent();
     menuWidget->USBConnected(present);
     if (present)
@@ -71,7 +58,7 @@ QWidget *BurnSystemWidget::visibleView() const
     return nullptr;
 }
 
-TConfigView *BurnSystemWidget::configView(int kind) const
+TConfigView *BurnSystemWidget::builtConfigView(int kind) const
 {
     switch (kind) {
     case 0: return androidView;
@@ -80,6 +67,103 @@ TConfigView *BurnSystemWidget::configView(int kind) const
     case 3: return nonOSViewRun;
     case 4: return nonOSViewInstall;
     default: return nullptr;
+    }
+}
+
+TConfigView *BurnSystemWidget::configView(int kind)
+{
+    TConfigView **slot = nullptr;
+    switch (kind) {
+    case 0: slot = &androidView; break;
+    case 1: slot = &linuxView; break;
+    case 2: slot = &winCEView; break;
+    case 3: slot = &nonOSViewRun; break;
+    case 4: slot = &nonOSViewInstall; break;
+    default: return nullptr;
+    }
+    if (*slot)
+        return *slot;
+
+    auto *page = new TConfigView(kind, this);
+    page->hide();
+    // Sized first, as the pages built at start were before anything reached them: the log
+    // lays out its lines at the width it has when they come in.
+    if (testAttribute(Qt::WA_Resized))
+        page->setGeometry(201, 0, width() - 204, height());
+    // The page catches up on what it would have heard had it existed from the start; it is
+    // wired only afterwards, so that nothing it says while catching up reaches the other pages.
+    for (const PageEvent &event : std::as_const(pendingEvents))
+        handOver(page, event);
+    connect(page, &TConfigView::needEnableControler, this, &BurnSystemWidget::needEnableControler);
+    connect(page, &TConfigView::imagesPathUpdated, this, &BurnSystemWidget::imagesPathUpdatedSlot);
+    connect(page, &TConfigView::switchView, this, &BurnSystemWidget::switchView);
+    Global::connectUSBSlots(page);
+    views.append(page);
+    *slot = page;
+
+    bool allBuilt = true;
+    for (int k = 0; k <= 4; ++k)
+        allBuilt = allBuilt && builtConfigView(k);
+    if (allBuilt)
+        pendingEvents.clear();
+    return page;
+}
+
+QWidget *BurnSystemWidget::lateView(const QString &name)
+{
+    QWidget *view = nullptr;
+    if (name == QLatin1String("aboutView")) {
+        if (!about)
+            view = about = new TAboutView(this);
+        else
+            return about;
+    } else if (name == QLatin1String("languageSettingView")) {
+        if (!language)
+            view = language = new TLanguageSettingView(this);
+        else
+            return language;
+    }
+    if (!view)
+        return nullptr;
+    view->hide();
+    if (testAttribute(Qt::WA_Resized))
+        view->setGeometry(201, 0, width() - 204, height());
+    views.append(view);
+    return view;
+}
+
+void BurnSystemWidget::remember(const PageEvent &event)
+{
+    for (int kind = 0; kind <= 4; ++kind) {
+        if (!builtConfigView(kind)) {
+            pendingEvents.append(event);
+            return;
+        }
+    }
+}
+
+void BurnSystemWidget::handOver(TConfigView *page, const PageEvent &event)
+{
+    switch (event.type) {
+    case PageEvent::Log:
+        page->USBReportLog(event.number, event.text);
+        break;
+    case PageEvent::Disconnected:
+        page->USBConnected(false);
+        break;
+    case PageEvent::Device:
+        page->USBNewDeviceAttached(event.text);
+        break;
+    case PageEvent::Cpu:
+        page->CpuRecognized();
+        break;
+    case PageEvent::Lock:
+        if (event.number != page->viewKind())
+            page->enableAllButton(event.enable);
+        break;
+    case PageEvent::ImagesPath:
+        page->fillFromImagesFolder(event.text);
+        break;
     }
 }
 
@@ -93,12 +177,8 @@ void BurnSystemWidget::switchView(const QString &name)
         home->show();
         return;
     }
-    if (name == QLatin1String("aboutView")) {
-        about->show();
-        return;
-    }
-    if (name == QLatin1String("languageSettingView")) {
-        language->show();
+    if (name == QLatin1String("aboutView") || name == QLatin1String("languageSettingView")) {
+        lateView(name)->show();
         return;
     }
     if (!boardPresent()) {
@@ -106,27 +186,22 @@ void BurnSystemWidget::switchView(const QString &name)
         home->show();
         return;
     }
-    TConfigView *page = nullptr;
-    if (name == QLatin1String("androidView"))
-        page = androidView;
-    else if (name == QLatin1String("winCEView"))
-        page = winCEView;
-    else if (name == QLatin1String("linuxView"))
-        page = linuxView;
-    else if (name == QLatin1String("nonOSViewRun"))
-        page = nonOSViewRun;
-    else if (name == QLatin1String("nonOSViewInstall"))
-        page = nonOSViewInstall;
-    if (!page)
-        return;
-    page->show();
-    page->enterThisView();
+    for (int kind = 0; kind <= 4; ++kind) {
+        if (ConfigPage::viewName(ConfigPage::Kind(kind)) == name) {
+            TConfigView *page = configView(kind);
+            page->show();
+            page->enterThisView();
+            return;
+        }
+    }
 }
 
 void BurnSystemWidget::USBConnected(bool connected)
 {
     if (connected)
         switchView(currentView);
+    else
+        remember({PageEvent::Disconnected});
 }
 
 void BurnSystemWidget::needEnableControler(bool enabled, int elseView)
@@ -134,15 +209,20 @@ void BurnSystemWidget::needEnableControler(bool enabled, int elseView)
     // The page that flashes locks the others and "Quick Boot" until it is done.
     quickBoot->setEnabled(enabled);
     for (int kind = 0; kind <= 4; ++kind) {
-        if (kind != elseView)
-            configView(kind)->enableAllButton(enabled);
+        TConfigView *page = builtConfigView(kind);
+        if (page && kind != elseView)
+            page->enableAllButton(enabled);
     }
+    remember({PageEvent::Lock, elseView, enabled});
 }
 
 void BurnSystemWidget::imagesPathUpdatedSlot()
 {
-    for (int kind = 0; kind <= 4; ++kind)
-        configView(kind)->imagesPathUpdatedSlot();
+    for (int kind = 0; kind <= 4; ++kind) {
+        if (TConfigView *page = builtConfigView(kind))
+            page->imagesPathUpdatedSlot();
+    }
+    remember({PageEvent::ImagesPath, 0, false, gImagesPath});
 }
 
 void BurnSystemWidget::quickStartButtonClicked()
@@ -167,8 +247,18 @@ void BurnSystemWidget::paintEvent(QPaintEvent *)
 }
 
 void BurnSystemWidget::USBSendFinished(bool) {}
-void BurnSystemWidget::USBReportLog(int, QString) {}
+void BurnSystemWidget::USBReportLog(int logCatalog, QString msg)
+{
+    remember({PageEvent::Log, logCatalog, false, msg});
+}
 void BurnSystemWidget::USBSendMaxSize(int) {}
 void BurnSystemWidget::USBSendCurrentPos(int) {}
-void BurnSystemWidget::USBNewDeviceAttached(QString) {}
-void BurnSystemWidget::CpuRecognized() {}
+void BurnSystemWidget::USBNewDeviceAttached(QString HwInfo)
+{
+    remember({PageEvent::Device, 0, false, HwInfo});
+}
+
+void BurnSystemWidget::CpuRecognized()
+{
+    remember({PageEvent::Cpu});
+}

@@ -22,8 +22,9 @@ public:
     QString currentViewName() const { return currentView; }
     // The view shown now, or null when every view is hidden.
     QWidget *visibleView() const;
-    // The configuration page of a view kind (0 Android ... 4 user bin install).
-    TConfigView *configView(int kind) const;
+    // The configuration page of a view kind (0 Android ... 4 user bin install), built
+    // now if it has not been shown before.
+    TConfigView *configView(int kind);
     TMenu *menu() const { return menuWidget; }
     THomeView *homeView() const { return home; }
     QPushButton *quickBootButton() const { return quickBoot; }
@@ -46,7 +47,26 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    // What the board, the other pages and the images folder told the pages, kept for the
+    // pages not built yet and handed to each when it is built, in the order it came.
+    struct PageEvent
+    {
+        enum Type { Log, Disconnected, Device, Cpu, Lock, ImagesPath };
+        PageEvent(Type type, int number = 0, bool enable = false, const QString &text = QString())
+            : type(type), number(number), enable(enable), text(text)
+        {
+        }
+        Type type;
+        int number; // Log: the level; Lock: the page that asked
+        bool enable;
+        QString text; // Log: the line; Device: the board's description; ImagesPath: the folder
+    };
+
     bool boardPresent() const;
+    TConfigView *builtConfigView(int kind) const;
+    QWidget *lateView(const QString &name);
+    void remember(const PageEvent &event);
+    void handOver(TConfigView *page, const PageEvent &event);
 
     TMenu *menuWidget = nullptr;
     THomeView *home = nullptr;
@@ -57,7 +77,9 @@ private:
     TConfigView *linuxView = nullptr;
     TConfigView *nonOSViewRun = nullptr;
     TConfigView *nonOSViewInstall = nullptr;
+    // The views built so far: the home view at once, every other one on first show.
     QList<QWidget *> views;
+    QList<PageEvent> pendingEvents;
     QPushButton *quickBoot = nullptr;
     QString currentView = QStringLiteral("homeView");
 };
