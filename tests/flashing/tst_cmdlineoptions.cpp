@@ -19,25 +19,18 @@ private Q_SLOTS:
         }
     }
 
-    void textFromSkipCali_data()
-    {
-        QTest::addColumn<QString>("commandLine");
-        QTest::addColumn<bool>("skipCali");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("old token moves to the end") << "console=ttySAC0 skipcali=n lcd=S70" << true << "console=ttySAC0 lcd=S70 skipcali=y";
-        QTest::newRow("every token goes, blanks collapse") << "skipcali=1 a  skipcali=yes b\tc skipcali=" << false << "a b c";
-        QTest::newRow("upper-case token is kept") << "SKIPCALI=Y" << false << "SKIPCALI=Y";
-        QTest::newRow("blanks only, ticked") << "   " << true << "skipcali=y";
-        QTest::newRow("empty line gets no lone token") << "" << true << "";
-    }
+    // The text the box writes; the page reads the box back from it, so they must agree or the box flips.
     void textFromSkipCali()
     {
-        QFETCH(QString, commandLine);
-        QFETCH(bool, skipCali);
-        const QString rewritten = CmdLineOptions::commandLineWithSkipCali(commandLine, skipCali);
-        QTEST(rewritten, "expected");
-        // The page reads the box back from the text it wrote: they must agree, or the box flips.
-        QCOMPARE(CmdLineOptions::skipCaliFromCommandLine(rewritten).value_or(skipCali), skipCali);
+        const QList<std::tuple<QString, bool, QString>> rows = {
+            {"console=ttySAC0 skipcali=n lcd=S70", true, "console=ttySAC0 lcd=S70 skipcali=y"},
+            {"skipcali=1 a  skipcali=yes b\tc skipcali=", false, "a b c"}, {"SKIPCALI=Y", false, "SKIPCALI=Y"},
+            {"   ", true, "skipcali=y"}, {"", true, ""}};
+        for (const auto &[line, skipCali, expected] : rows) {
+            const QString rewritten = CmdLineOptions::commandLineWithSkipCali(line, skipCali);
+            QCOMPARE(rewritten, expected);
+            QCOMPARE(CmdLineOptions::skipCaliFromCommandLine(rewritten).value_or(skipCali), skipCali);
+        }
     }
 };
 
