@@ -6,6 +6,7 @@
 #include "serial/trecvdisplay.h"
 
 #include <QPlainTextEdit>
+#include <QTextBlock>
 #include <QtTest>
 
 namespace {
@@ -53,6 +54,22 @@ private Q_SLOTS:
             QVERIFY2(inserted <= box->document()->characterCount(), qPrintable(QString::number(inserted)));
         }
         QCOMPARE(box->toPlainText(), reference.toPlainText());
+    }
+
+    // A device that never sends a line break, read as a port brings it: the box keeps its
+    // latest bytes in lines no longer than the longest it takes, and no more lines than its cap.
+    void endlessLineIsBroken()
+    {
+        SerialPortDialog dialog;
+        QPlainTextEdit *box = dialog.findChild<QPlainTextEdit *>(QStringLiteral("recvEdit"));
+        TRecvDisplay display(box);
+        const QByteArray stream = QByteArray("abcdefghijklmnopqrstuvwxyz").repeated(11539) + '!';
+        for (int at = 0; at < stream.size(); at += 4095)
+            display.showReceived(stream.mid(at, 4095), TRecvDisplay::Options());
+        QVERIFY(box->document()->blockCount() <= box->maximumBlockCount());
+        for (QTextBlock b = box->document()->begin(); b.isValid(); b = b.next())
+            QVERIFY(b.length() - 1 <= TRecvDisplay::MaxLineLength);
+        QVERIFY(stream.endsWith(box->toPlainText().remove(QLatin1Char('\n')).toLatin1()));
     }
 };
 

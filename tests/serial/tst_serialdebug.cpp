@@ -3,7 +3,7 @@
 #include <QtTest>
 
 // Runs with "--debug" among the program's arguments: event-driven reading then only counts
-// what waits unread.
+// what waits unread, and a paused box shows no count.
 class TestSerialDebug : public QObject
 {
     Q_OBJECT
@@ -18,8 +18,12 @@ private slots:
         d.c.button("openCloseButton")->click();
         QVERIFY(d.pty.send("abc"));
         QTRY_COMPARE_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText(), QStringLiteral("3"), 10000);
+        d.c.box("pauseRecvCheckBox")->setChecked(true);
         QVERIFY(d.pty.send("de"));
-        QTRY_COMPARE_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText(), QStringLiteral("3\n5"), 10000);
+        QTest::qWait(300);
+        d.c.box("pauseRecvCheckBox")->setChecked(false);
+        QVERIFY(d.pty.send("f"));
+        QTRY_COMPARE_WITH_TIMEOUT(d.c.edit("recvEdit")->toPlainText(), QStringLiteral("3\n6"), 10000);
     }
 };
 

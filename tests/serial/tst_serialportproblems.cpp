@@ -19,8 +19,9 @@ private Q_SLOTS:
     void portTroubles();
 };
 
-// Ports that cannot be opened (one of them held by another dialog), files that are no files,
-// and a far end that goes away in the middle of a file send.
+// Ports that cannot be opened (one of them held by another dialog); what a file send or the
+// start of auto send says when there is nothing to send or no file to send from; and a far
+// end that goes away in the middle of a file send.
 void TestSerialPortProblems::portTroubles()
 {
     OpenDialog d;
@@ -40,18 +41,27 @@ void TestSerialPortProblems::portTroubles()
     DialogControls c{second};
     for (const auto &failure : failures) {
         c.open(failure[0]);
-        QVERIFY(!c.get<HLed>("led")->isOn());
+        QVERIFY(!c.lit());
         QCOMPARE(reason(c), failure[1].arg(failure[0]));
     }
-    QVERIFY(d.messages.texts.isEmpty());
+    QVERIFY(d.messages.isEmpty());
 
-    d.c.combo("autoSendTypeComboBox")->setCurrentIndex(1);
-    for (const QString &path : {fifo, dir.path()}) {
-        d.messages.texts.clear();
+    // A manual send with the text type says nothing; only the file type complains.
+    const QString missing = dir.filePath(QStringLiteral("missing"));
+    const QList<std::tuple<const char *, int, QString, QString>> rows = {
+        {"sendFileBtn", 1, "", "Please select the file you want to send."}, {"sendFileBtn", 0, "", ""},
+        {"sendFileBtn", 1, missing, "File open failed."}, {"sendFileBtn", 0, missing, ""},
+        {"sendFileBtn", 1, fifo, "File open failed."}, {"sendFileBtn", 1, dir.path(), "File open failed."},
+        {"autoSendCheckBox", 0, missing, "Please enter the content you want to send."},
+        {"autoSendCheckBox", 1, "", "Please select the file you want to automatically send."}};
+    for (const auto &[button, type, path, message] : rows) {
+        d.messages.clear();
+        d.c.combo("autoSendTypeComboBox")->setCurrentIndex(type);
         d.c.fileEdit()->setText(path);
-        d.c.button("sendFileBtn")->click();
-        QCOMPARE(d.messages.texts, QStringList{QStringLiteral("File open failed.")});
-        QVERIFY(!d.c.progress()->isVisible());
+        d.c.get<QAbstractButton>(button)->click();
+        QCOMPARE(d.messages, message.isEmpty() ? QStringList() : QStringList(message));
+        QVERIFY(!d.c.progress()->isVisibleTo(&d.dialog) && !d.c.box("autoSendCheckBox")->isChecked());
+        QVERIFY(!d.c.get<QTimer>("autoSendTimer")->isActive());
     }
 
     const QString path = dir.filePath(QStringLiteral("big.bin"));
@@ -61,16 +71,16 @@ void TestSerialPortProblems::portTroubles()
     d.c.combo("autoSendTypeComboBox")->setCurrentIndex(0);
     d.c.fileEdit()->setText(path);
     d.c.button("sendFileBtn")->click();
-    QTRY_VERIFY(d.pty.received().size() > 0);
+    QTRY_VERIFY(d.pty.received.size() > 0);
     d.pty.setReading(false);
     QTest::qWait(200);
     d.pty.stop();
-    QTRY_VERIFY_WITH_TIMEOUT(!d.c.get<HLed>("led")->isOn(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!d.c.lit(), 10000);
     QCOMPARE(d.c.button("sendFileBtn")->text(), QStringLiteral("Send File"));
     const QRegularExpression said(QStringLiteral("^The port closed during the file send: (\\d+) of %1 bytes were sent\\.$").arg(size));
     const QRegularExpressionMatch match = said.match(reason(d.c));
     QVERIFY2(match.hasMatch(), qPrintable(reason(d.c)));
-    QVERIFY(match.captured(1).toLongLong() >= d.pty.received().size() && match.captured(1).toLongLong() < size);
+    QVERIFY(match.captured(1).toLongLong() >= d.pty.received.size() && match.captured(1).toLongLong() < size);
 }
 
 QTEST_MAIN(TestSerialPortProblems)
