@@ -1,10 +1,13 @@
 // The serial assistant on a pty pair standing in for a USB serial adapter: the port and its
 // settings, what it sends as the far end receives it, and what it shows of what arrives.
+// Runs with "--debug" among the program's arguments.
 
+#include "serial/trecvdisplay.h"
 #include "serialtestsupport.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryFile>
+#include <QTextBlock>
 #include <QtTest>
 
 #include <termios.h>
@@ -28,6 +31,14 @@ bool termiosOf(const PtyPair &pty, termios *tio)
         if (fd.toInt() != pty.deviceFd && QFileInfo(fds.filePath(fd)).symLinkTarget() == target)
             return tcgetattr(fd.toInt(), tio) == 0;
     return false;
+}
+
+QByteArray lines(int from, int to, const char *end = "\n")
+{
+    QByteArray text;
+    for (int i = from; i < to; ++i)
+        text += "line " + QByteArray::number(i) + end;
+    return text;
 }
 
 } // namespace
@@ -230,8 +241,83 @@ private slots:
         QVERIFY(shown().isEmpty());
         c().button("sendButton")->click();
         QVERIFY(shown().contains(QStringLiteral("Send: hi")));
+
+        // Run with "--debug", event-driven reading only counts what waits unread.
+        c().box("autoCleanRecvEditCheckBox")->setChecked(false);
+        c().button("openCloseButton")->click();
+        c().combo("queryModeBox")->setCurrentIndex(1);
+        c().button("openCloseButton")->click();
+        c().button("clearRecvEditBoxBtn")->click();
+        QVERIFY(send("abc"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3"), 10000);
+        c().box("pauseRecvCheckBox")->setChecked(true);
+        QVERIFY(send("de"));
+        QTest::qWait(300);
+        c().box("pauseRecvCheckBox")->setChecked(false);
+        QVERIFY(send("f"));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3\n6"), 10000);
+    }
+
+    // Reads that bring more lines than the receive box keeps: the box must end exactly as it
+    // would by taking every line and dropping the oldest, while lines that would be dropped by
+    // the same read never enter the document at all.
+    void largeReads_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("reads");
+        QTest::newRow("CR LF once, lone CR, LF CR") << QList<QByteArray>{lines(0, 1100, "\r\n"), lines(0, 900, "\r"), lines(0, 900, "\n\r")};
+        QTest::newRow("filling up to the cap") << QList<QByteArray>{lines(0, 500), lines(500, 799), "x", lines(0, 801)};
+        QTest::newRow("part lines, a zero byte ends the read")
+            << QList<QByteArray>{"partial ", lines(0, 1500) + "open end", lines(0, 1000) + '\0' + lines(0, 5)};
+    }
+    void largeReads()
+    {
+        QFETCH(QList<QByteArray>, reads);
+        SerialPortDialog dialog;
+        QPlainTextEdit *box = dialog.findChild<QPlainTextEdit *>(QStringLiteral("recvEdit"));
+        TRecvDisplay display(box);
+        // What the box did before: every line goes in and the widget drops the oldest.
+        QPlainTextEdit reference;
+        reference.setMaximumBlockCount(box->maximumBlockCount());
+        int inserted = 0;
+        connect(box->document(), &QTextDocument::contentsChange, this,
+                [&](int, int, int added) { inserted = qMax(inserted, added); });
+        for (const QByteArray &read : reads) {
+            inserted = 0;
+            display.showReceived(read, TRecvDisplay::Options());
+            reference.moveCursor(QTextCursor::End);
+            reference.insertPlainText(QString::fromLatin1(read.constData(), qstrnlen(read.constData(), read.size())));
+            // Nothing that went in with this read was dropped again at once.
+            QVERIFY2(inserted <= box->document()->characterCount(), qPrintable(QString::number(inserted)));
+        }
+        QCOMPARE(box->toPlainText(), reference.toPlainText());
+    }
+
+    // A device that never sends a line break, read as a port brings it: the box keeps its
+    // latest bytes in lines no longer than the longest it takes, and no more lines than its cap.
+    void endlessLineIsBroken()
+    {
+        SerialPortDialog dialog;
+        QPlainTextEdit *box = dialog.findChild<QPlainTextEdit *>(QStringLiteral("recvEdit"));
+        TRecvDisplay display(box);
+        const QByteArray stream = QByteArray("abcdefghijklmnopqrstuvwxyz").repeated(11539) + '!';
+        for (int at = 0; at < stream.size(); at += 4095)
+            display.showReceived(stream.mid(at, 4095), TRecvDisplay::Options());
+        QVERIFY(box->document()->blockCount() <= box->maximumBlockCount());
+        for (QTextBlock b = box->document()->begin(); b.isValid(); b = b.next())
+            QVERIFY(b.length() - 1 <= TRecvDisplay::MaxLineLength);
+        QVERIFY(stream.endsWith(box->toPlainText().remove(QLatin1Char('\n')).toLatin1()));
     }
 };
 
-QTEST_MAIN(TestSerialAssistant)
+int main(int argc, char *argv[])
+{
+    std::vector<char *> args(argv, argv + argc);
+    char debug[] = "--debug";
+    args.push_back(debug);
+    int appArgc = int(args.size());
+    QApplication app(appArgc, args.data());
+    TestSerialAssistant test;
+    return QTest::qExec(&test, argc, argv); // without the switch QtTest would not know
+}
+
 #include "tst_serialassistant.moc"
