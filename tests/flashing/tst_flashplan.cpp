@@ -20,10 +20,8 @@ class TestFlashPlan : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QFile good(dir.filePath("good"));
-        QVERIFY(good.open(QIODevice::WriteOnly) && good.write("image") == 5);
-        QFile empty(dir.filePath("empty"));
-        QVERIFY(empty.open(QIODevice::WriteOnly));
+        QFile good(dir.filePath("good")), empty(dir.filePath("empty"));
+        QVERIFY(good.open(QIODevice::WriteOnly) && good.write("image") == 5 && empty.open(QIODevice::WriteOnly));
         QVERIFY(QDir(dir.path()).mkdir("folder"));
     }
 

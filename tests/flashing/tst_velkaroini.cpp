@@ -83,20 +83,6 @@ private Q_SLOTS:
             QVERIFY(!VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Linux, info).refill);
         }
     }
-
-    void findsImageSets()
-    {
-        const QString program = dir.filePath("bin"), dvd = dir.filePath("dvd");
-        QDir().mkpath(dvd);
-        QVERIFY(!VelkaroIni::programImageSet(program).isValid() && !VelkaroIni::isImagesFolder(dvd));
-        QVERIFY(!VelkaroIni::userDataImageSet(dvd, program).isValid());
-        QVERIFY(!writeIni(program + "/images", "A = 1\n").isEmpty());
-        QCOMPARE(VelkaroIni::programImageSet(program).iniFile, program + "/images/Velkaro.ini");
-        QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, program + "/images");
-        QVERIFY(!writeIni(dvd, "A = 1\n").isEmpty() && VelkaroIni::isImagesFolder(dvd));
-        QCOMPARE(VelkaroIni::chosenImageSet(dvd).iniFile, dvd + "/Velkaro.ini");
-        QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, dvd);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestVelkaroIni)

@@ -2,17 +2,123 @@
 // settings, what it sends as the far end receives it, and what it shows of what arrives.
 // Runs with "--debug" among the program's arguments.
 
+#include "app/userdialogs.h"
+#include "serial/hled.h"
+#include "serial/serialportdialog.h"
 #include "serial/trecvdisplay.h"
-#include "serialtestsupport.h"
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QElapsedTimer>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSocketNotifier>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTextBlock>
 #include <QtTest>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/stat.h>
 #include <termios.h>
+#include <unistd.h>
+#include <utility>
 
 namespace {
+
+// A pseudo terminal standing in for a USB serial adapter: the dialog opens the device end
+// like a serial device, the test talks on the far (master) end.
+struct PtyPair
+{
+    ~PtyPair() { stop(); }
+    // Makes the terminal; on failure `why` says what went wrong.
+    bool start(QString *why)
+    {
+        termios raw{};
+        if (!dir.isValid() || openpty(&farFd, &deviceFd, nullptr, nullptr, nullptr) != 0 || tcgetattr(deviceFd, &raw) != 0
+            || (cfmakeraw(&raw), tcsetattr(deviceFd, TCSANOW, &raw)) != 0 || fcntl(farFd, F_SETFL, O_NONBLOCK) != 0
+            || !QFile::link(QString::fromLocal8Bit(ttyname(deviceFd)), deviceEnd())) {
+            *why = QStringLiteral("cannot make a pseudo terminal: ") + QString::fromLocal8Bit(strerror(errno));
+            return false;
+        }
+        reader = std::make_unique<QSocketNotifier>(farFd, QSocketNotifier::Read);
+        QObject::connect(reader.get(), &QSocketNotifier::activated, [this] {
+            char buffer[65536];
+            for (ssize_t n; (n = ::read(farFd, buffer, sizeof buffer)) > 0;)
+                received.append(buffer, n);
+        });
+        return true;
+    }
+    // Hangs up and removes the device, as a pulled USB adapter does.
+    void stop()
+    {
+        reader.reset();
+        QFile::remove(deviceEnd());
+        for (int *fd : {&farFd, &deviceFd})
+            if (*fd >= 0)
+                ::close(std::exchange(*fd, -1));
+    }
+    QString deviceEnd() const { return dir.filePath(QStringLiteral("device")); }
+    // Not reading at the far end fills the line and holds the writer back.
+    void setReading(bool on) { reader->setEnabled(on); }
+    // Writes `data` to the far end: short texts, which the line takes at once.
+    bool send(const QByteArray &data) { return farFd >= 0 && ::write(farFd, data.constData(), size_t(data.size())) == data.size(); }
+
+    QTemporaryDir dir;
+    int farFd = -1;
+    int deviceFd = -1; // the pair's own hold on the device end, so the far end never sees a hang-up
+    QByteArray received; // everything the far end has read so far
+    std::unique_ptr<QSocketNotifier> reader;
+};
+
+// The serial assistant's controls, found by their object names as a user finds them by labels.
+struct DialogControls
+{
+    template<class T = QWidget>
+    T *get(const char *name) const
+    {
+        T *child = dialog.findChild<T *>(QLatin1String(name));
+        if (!child)
+            qFatal("the serial assistant has no %s", name);
+        return child;
+    }
+    QPushButton *button(const char *name) const { return get<QPushButton>(name); }
+    QCheckBox *box(const char *name) const { return get<QCheckBox>(name); }
+    QComboBox *combo(const char *name) const { return get<QComboBox>(name); }
+    QPlainTextEdit *edit(const char *name) const { return get<QPlainTextEdit>(name); }
+    bool lit() const { return get<HLed>("led")->isOn(); }
+    void open(const QString &path) const
+    {
+        combo("portBox")->setEditText(path);
+        button("openCloseButton")->click();
+    }
+    void choose(const char *name, const char *text) const { combo(name)->setCurrentIndex(combo(name)->findText(text)); }
+
+    SerialPortDialog &dialog;
+};
+
+// A dialog whose port is open on one end of a pty pair; `skip` says why when the machine
+// cannot make one. The information boxes it would show are collected.
+struct OpenDialog
+{
+    OpenDialog()
+    {
+        UserDialogs::setInformationHandler([this](QWidget *, const QString &t, const QString &x) { titles << t, messages << x; });
+        if (pty.start(&skip))
+            c.open(pty.deviceEnd());
+    }
+    ~OpenDialog() { UserDialogs::setInformationHandler(nullptr); }
+    PtyPair pty;
+    QString skip;
+    QStringList titles, messages;
+    SerialPortDialog dialog;
+    DialogControls c{dialog};
+};
 
 QByteArray makeFile(QTemporaryFile &file, int size)
 {
@@ -144,22 +250,22 @@ private slots:
         QTemporaryFile file;
         const QByteArray content = makeFile(file, 1024 * 1024);
         c().box("showBackCheckBox")->setChecked(true);
-        c().fileEdit()->setText(file.fileName());
+        c().get<QLineEdit>("sendFileEdit")->setText(file.fileName());
         c().button("sendFileBtn")->click();
-        QCOMPARE(c().progress()->maximum(), content.size());
+        QCOMPARE(c().get<QProgressBar>("sendFileProgressBar")->maximum(), content.size());
         QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Cancel Sending"));
-        QVERIFY(!c().button("sendButton")->isEnabled() && !c().edit("sendEdit")->isEnabled() && !c().fileEdit()->isEnabled());
+        QVERIFY(!c().button("sendButton")->isEnabled() && !c().edit("sendEdit")->isEnabled() && !c().get<QLineEdit>("sendFileEdit")->isEnabled());
         QCOMPARE(shown().trimmed(), QStringLiteral("Send File: ") + file.fileName());
         QTRY_VERIFY_WITH_TIMEOUT(received().size() >= content.size(), 60000);
         QVERIFY(received() == content);
-        QTRY_VERIFY(!c().progress()->isVisibleTo(&m->dialog));
-        QVERIFY(c().button("sendButton")->isEnabled() && c().fileEdit()->isEnabled());
+        QTRY_VERIFY(!c().get<QProgressBar>("sendFileProgressBar")->isVisibleTo(&m->dialog));
+        QVERIFY(c().button("sendButton")->isEnabled() && c().get<QLineEdit>("sendFileEdit")->isEnabled());
 
         m->pty.setReading(false); // the line fills and holds the transfer mid-file
         c().button("sendFileBtn")->click();
-        QTRY_VERIFY(c().progress()->value() > 0);
+        QTRY_VERIFY(c().get<QProgressBar>("sendFileProgressBar")->value() > 0);
         c().button("sendFileBtn")->click();
-        QVERIFY(!c().progress()->isVisibleTo(&m->dialog) && c().button("sendButton")->isEnabled());
+        QVERIFY(!c().get<QProgressBar>("sendFileProgressBar")->isVisibleTo(&m->dialog) && c().button("sendButton")->isEnabled());
         QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Send File"));
         QVERIFY(m->messages.isEmpty());
     }
@@ -200,7 +306,7 @@ private slots:
         const QByteArray content = makeFile(file, 200 * 1024);
         c().combo("autoSendTypeComboBox")->setCurrentIndex(1);
         c().choose("autoSendComboBox", "500");
-        c().fileEdit()->setText(file.fileName());
+        c().get<QLineEdit>("sendFileEdit")->setText(file.fileName());
         m->pty.setReading(false);
         c().box("autoSendCheckBox")->click();
         QTest::qWait(1200);
@@ -258,38 +364,94 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3\n6"), 10000);
     }
 
+    // Ports that cannot be opened (one of them held by another dialog); what a file send or the
+    // start of auto send says when there is nothing to send or no file to send from; and a far
+    // end that goes away in the middle of a file send: said next to the lamp, never a hang.
+    void portTroubles()
+    {
+        const auto reason = [](const DialogControls &c) { return c.get<QLabel>("portStateLabel")->text(); };
+        QVERIFY(reason(c()).isEmpty());
+        QTemporaryDir dir;
+        const QString fifo = dir.filePath(QStringLiteral("fifo"));
+        QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        const QString failures[][2] = {
+            {dir.filePath(QStringLiteral("missing")), QStringLiteral("%1 does not exist.")},
+            {dir.path(), QStringLiteral("%1 is not a serial device.")}, {fifo, QStringLiteral("%1 is not a serial device.")},
+            {m->pty.deviceEnd(), QStringLiteral("No permission to open %1 (or it is in use): join the \"dialout\" group "
+                                               "(sudo adduser $USER dialout), then log in again.")}};
+        SerialPortDialog second;
+        DialogControls other{second};
+        for (const auto &failure : failures) {
+            other.open(failure[0]);
+            QVERIFY(!other.lit());
+            QCOMPARE(reason(other), failure[1].arg(failure[0]));
+        }
+        QVERIFY(m->messages.isEmpty());
+
+        // A manual send with the text type says nothing; only the file type complains.
+        const QString missing = dir.filePath(QStringLiteral("missing"));
+        const QList<std::tuple<const char *, int, QString, QString>> rows = {
+            {"sendFileBtn", 1, "", "Please select the file you want to send."}, {"sendFileBtn", 0, "", ""},
+            {"sendFileBtn", 1, missing, "File open failed."}, {"sendFileBtn", 0, missing, ""},
+            {"sendFileBtn", 1, fifo, "File open failed."}, {"sendFileBtn", 1, dir.path(), "File open failed."},
+            {"autoSendCheckBox", 0, missing, "Please enter the content you want to send."},
+            {"autoSendCheckBox", 1, "", "Please select the file you want to automatically send."}};
+        for (const auto &[button, type, path, message] : rows) {
+            m->messages.clear();
+            c().combo("autoSendTypeComboBox")->setCurrentIndex(type);
+            c().get<QLineEdit>("sendFileEdit")->setText(path);
+            c().get<QAbstractButton>(button)->click();
+            QCOMPARE(m->messages, message.isEmpty() ? QStringList() : QStringList(message));
+            QVERIFY(!c().get<QProgressBar>("sendFileProgressBar")->isVisibleTo(&m->dialog) && !c().box("autoSendCheckBox")->isChecked());
+            QVERIFY(!c().get<QTimer>("autoSendTimer")->isActive());
+        }
+
+        const QString path = dir.filePath(QStringLiteral("big.bin"));
+        const qint64 size = 4 << 20;
+        QVERIFY(QFile(path).open(QIODevice::WriteOnly) && QFile::resize(path, size));
+        // The far end reads nothing, so the line fills up mid-file, and then goes away.
+        c().combo("autoSendTypeComboBox")->setCurrentIndex(0);
+        c().get<QLineEdit>("sendFileEdit")->setText(path);
+        m->pty.setReading(false);
+        c().button("sendFileBtn")->click();
+        QTRY_VERIFY(c().get<QProgressBar>("sendFileProgressBar")->value() > 0);
+        QTest::qWait(200);
+        m->pty.stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!c().lit(), 10000);
+        QCOMPARE(c().button("sendFileBtn")->text(), QStringLiteral("Send File"));
+        const QRegularExpression said(QStringLiteral("^The port closed during the file send: (\\d+) of %1 bytes were sent\\.$").arg(size));
+        const QRegularExpressionMatch match = said.match(reason(c()));
+        QVERIFY2(match.hasMatch() && match.captured(1).toLongLong() > 0 && match.captured(1).toLongLong() < size, qPrintable(reason(c())));
+    }
+
     // Reads that bring more lines than the receive box keeps: the box must end exactly as it
     // would by taking every line and dropping the oldest, while lines that would be dropped by
     // the same read never enter the document at all.
-    void largeReads_data()
-    {
-        QTest::addColumn<QList<QByteArray>>("reads");
-        QTest::newRow("CR LF once, lone CR, LF CR") << QList<QByteArray>{lines(0, 1100, "\r\n"), lines(0, 900, "\r"), lines(0, 900, "\n\r")};
-        QTest::newRow("filling up to the cap") << QList<QByteArray>{lines(0, 500), lines(500, 799), "x", lines(0, 801)};
-        QTest::newRow("part lines, a zero byte ends the read")
-            << QList<QByteArray>{"partial ", lines(0, 1500) + "open end", lines(0, 1000) + '\0' + lines(0, 5)};
-    }
     void largeReads()
     {
-        QFETCH(QList<QByteArray>, reads);
-        SerialPortDialog dialog;
-        QPlainTextEdit *box = dialog.findChild<QPlainTextEdit *>(QStringLiteral("recvEdit"));
-        TRecvDisplay display(box);
-        // What the box did before: every line goes in and the widget drops the oldest.
-        QPlainTextEdit reference;
-        reference.setMaximumBlockCount(box->maximumBlockCount());
-        int inserted = 0;
-        connect(box->document(), &QTextDocument::contentsChange, this,
-                [&](int, int, int added) { inserted = qMax(inserted, added); });
-        for (const QByteArray &read : reads) {
-            inserted = 0;
-            display.showReceived(read, TRecvDisplay::Options());
-            reference.moveCursor(QTextCursor::End);
-            reference.insertPlainText(QString::fromLatin1(read.constData(), qstrnlen(read.constData(), read.size())));
-            // Nothing that went in with this read was dropped again at once.
-            QVERIFY2(inserted <= box->document()->characterCount(), qPrintable(QString::number(inserted)));
+        const QList<QList<QByteArray>> runs = {
+            {lines(0, 1100, "\r\n"), lines(0, 900, "\r"), lines(0, 900, "\n\r")}, // CR LF once, lone CR, LF CR
+            {lines(0, 500), lines(500, 799), "x", lines(0, 801)}, // filling up to the cap
+            {"partial ", lines(0, 1500) + "open end", lines(0, 1000) + '\0' + lines(0, 5)}}; // a zero byte ends the read
+        for (const QList<QByteArray> &reads : runs) {
+            SerialPortDialog dialog;
+            QPlainTextEdit *box = dialog.findChild<QPlainTextEdit *>(QStringLiteral("recvEdit"));
+            TRecvDisplay display(box);
+            // What the box did before: every line goes in and the widget drops the oldest.
+            QPlainTextEdit reference;
+            reference.setMaximumBlockCount(box->maximumBlockCount());
+            int inserted = 0;
+            connect(box->document(), &QTextDocument::contentsChange, this, [&](int, int, int added) { inserted = qMax(inserted, added); });
+            for (const QByteArray &read : reads) {
+                inserted = 0;
+                display.showReceived(read, TRecvDisplay::Options());
+                reference.moveCursor(QTextCursor::End);
+                reference.insertPlainText(QString::fromLatin1(read.constData(), qstrnlen(read.constData(), read.size())));
+                // Nothing that went in with this read was dropped again at once.
+                QVERIFY2(inserted <= box->document()->characterCount(), qPrintable(QString::number(inserted)));
+            }
+            QCOMPARE(box->toPlainText(), reference.toPlainText());
         }
-        QCOMPARE(box->toPlainText(), reference.toPlainText());
     }
 
     // A device that never sends a line break, read as a port brings it: the box keeps its
