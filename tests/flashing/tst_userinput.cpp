@@ -1,7 +1,7 @@
 // What users hand the program to flash: images folders with description files in the
-// maker's Chinese encoding, broken or odd ones, images and traces that are not plain files,
-// images beyond 2 GiB, and command lines typed with tabs or characters the board cannot
-// take. The page and the board link say what they cannot use, never hang and never send
+// maker's Chinese encoding, broken or odd ones, images that are not plain files, images
+// beyond 2 GiB with a trace on a full disk, and command lines typed with tabs or characters
+// the board cannot take. The page and the board link say what they cannot use, never hang and never send
 // something else.
 
 #include "../boardlink/boardlinkfixture.h"
@@ -38,7 +38,6 @@ private Q_SLOTS:
     void descriptionFile();
     void sourcesThatCannotBeSent();
     void bigImageProgress();
-    void traceWriteErrorsReportedOnce();
 };
 
 // The kernel field as the page fills it; a file that names nothing says so in the log.
@@ -113,9 +112,11 @@ void TestUserInput::sourcesThatCannotBeSent()
     QCOMPARE(link.board->image("cmdl"), QByteArray("console=ttySAC2 lcd=\xdc"));
 }
 
+// 2.5 GiB, sparse: the disk holds nothing, the link reads zeros. The board's trace goes to
+// a full disk, as /dev/full stands for one: one warning naming the file, then no more, while
+// the transcript in memory goes on.
 void TestUserInput::bigImageProgress()
 {
-    // 2.5 GiB, sparse: the disk holds nothing, the link reads zeros.
     QTemporaryDir dir;
     const qint64 size = qint64(5) << 29;
     const QString image = dir.filePath(QStringLiteral("system.img"));
@@ -123,6 +124,9 @@ void TestUserInput::bigImageProgress()
     BoardLink link(TUsbDevCommand::CPU_4412);
     link.board->setKeepData(false);
     link.board->setWritingRounds(0);
+    QVERIFY(link.board->setTraceFile(QStringLiteral("/dev/full")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("/dev/full")));
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
     link.plugIn();
     link.command->SendLinuxFs(image);
     QVERIFY(link.waitFinished(1, 240000));
@@ -135,19 +139,6 @@ void TestUserInput::bigImageProgress()
     const int max = maxima.value(0).mid(4).chopped(1).toInt();
     QVERIFY(maxima.size() == 1 && max * link.command->progressUnit() == size && link.view.positions.constLast() == max);
     QVERIFY(std::is_sorted(link.view.positions.cbegin(), link.view.positions.cend()));
-}
-
-// A full disk, as /dev/full stands for one: one warning naming the file, then no more,
-// while the transcript in memory goes on.
-void TestUserInput::traceWriteErrorsReportedOnce()
-{
-    BoardLink link;
-    QVERIFY(link.board->setTraceFile(QStringLiteral("/dev/full")));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("/dev/full")));
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    link.plugIn();
-    link.command->LowFormat();
-    QVERIFY(!link.board->transcript().filter(QStringLiteral("KOVA lfmt")).isEmpty());
 }
 
 QTEST_MAIN(TestUserInput)

@@ -156,7 +156,6 @@ class TestSerialAssistant : public QObject
     const DialogControls &c() const { return m->c; }
     const QByteArray &received() const { return m->pty.received; }
     QString shown() const { return m->c.edit("recvEdit")->toPlainText(); }
-    bool send(const QByteArray &bytes) { return m->pty.send(bytes); }
     void sendText(const QString &text)
     {
         c().edit("sendEdit")->setPlainText(text);
@@ -322,26 +321,26 @@ private slots:
     // auto clear, received data never clears the box, the next echo line does once it scrolls.
     void shownAsItArrives()
     {
-        QVERIFY(send(QByteArray("=> caf\xe9\r\nAB\0CD", 13)));
+        QVERIFY(m->pty.send(QByteArray("=> caf\xe9\r\nAB\0CD", 13)));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("=> caf\u00e9\nAB"), 10000);
         c().button("clearRecvEditBoxBtn")->click();
         QVERIFY(shown().isEmpty());
         c().box("displayHEXCheckBox")->setChecked(true);
-        QVERIFY(send("AB\r"));
+        QVERIFY(m->pty.send("AB\r"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D"), 10000);
-        QVERIFY(send("E\x80"));
+        QVERIFY(m->pty.send("E\x80"));
         QTest::qWait(200);
         c().box("pauseRecvCheckBox")->setChecked(true);
-        QVERIFY(send("lost\n"));
+        QVERIFY(m->pty.send("lost\n"));
         QTest::qWait(300);
         c().box("pauseRecvCheckBox")->setChecked(false);
-        QVERIFY(send("F"));
+        QVERIFY(m->pty.send("F"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D46"), 10000);
 
         c().box("displayHEXCheckBox")->setChecked(false);
         c().box("autoCleanRecvEditCheckBox")->setChecked(true);
         c().box("showBackCheckBox")->setChecked(true);
-        QVERIFY(send(QByteArray("line\n").repeated(100)));
+        QVERIFY(m->pty.send(QByteArray("line\n").repeated(100)));
         QTRY_VERIFY_WITH_TIMEOUT(shown().count(QLatin1String("line")) == 100, 10000);
         sendText(QStringLiteral("hi"));
         QVERIFY(shown().isEmpty());
@@ -354,13 +353,13 @@ private slots:
         c().combo("queryModeBox")->setCurrentIndex(1);
         c().button("openCloseButton")->click();
         c().button("clearRecvEditBoxBtn")->click();
-        QVERIFY(send("abc"));
+        QVERIFY(m->pty.send("abc"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3"), 10000);
         c().box("pauseRecvCheckBox")->setChecked(true);
-        QVERIFY(send("de"));
+        QVERIFY(m->pty.send("de"));
         QTest::qWait(300);
         c().box("pauseRecvCheckBox")->setChecked(false);
-        QVERIFY(send("f"));
+        QVERIFY(m->pty.send("f"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3\n6"), 10000);
     }
 
