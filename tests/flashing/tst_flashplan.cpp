@@ -107,7 +107,8 @@ private Q_SLOTS:
         // Labels and commands live in two places; a renamed label would fail at run time.
         for (int kind = ConfigPage::Android; kind <= ConfigPage::UserBinInstall; ++kind)
             for (const QString &label : ConfigPage::itemLabels(ConfigPage::Kind(kind)))
-                QVERIFY2(FlashStep::forPlanStep(label, {}, {}, TUsbDevCommand::CPU_4412).command != S::Unsupported, qPrintable(label));
+                QVERIFY2(S::forPlanStep(label, {}, ConfigPage::ActionMode::Install, TUsbDevCommand::CPU_4412).command
+                             != S::Unsupported, qPrintable(label));
     }
 };
 

@@ -55,10 +55,12 @@ private Q_SLOTS:
         QCOMPARE(text(ConfigPage::Android, "Android-UserData-16G", "Android Userdata Image: "), QString());
         QCOMPARE(text(ConfigPage::WinCE, VelkaroIni::kDefaultUserDataKey, "WinCE6 BootLoader: "), dir.path() + "/NBOOT.nb0");
         QVERIFY(!VelkaroIni::readPageFill(ConfigPage::UserBinRun, set, VelkaroIni::kDefaultUserDataKey));
-        for (const char *yes : {"yes", "Y", "y1"})
-            QVERIFY2(VelkaroIni::lowFormatFromValue(yes), yes);
-        for (const char *no : {"No", "1", ""})
-            QVERIFY2(!VelkaroIni::lowFormatFromValue(no), no);
+        // The user data image for a board comes from the chosen folder, else the program's own.
+        QVERIFY(!writeIni(dir.filePath("bin/images"), "A = 1\n").isEmpty());
+        QCOMPARE(VelkaroIni::userDataImageSet(dir.path(), dir.filePath("bin")).folder, dir.path());
+        QCOMPARE(VelkaroIni::userDataImageSet(dir.filePath("bin/none"), dir.filePath("bin")).folder, dir.filePath("bin/images"));
+        for (const auto &[value, yes] : QList<QPair<const char *, bool>>{{"yes", 1}, {"Y", 1}, {"y1", 1}, {"No", 0}, {"1", 0}, {"", 0}})
+            QVERIFY2(VelkaroIni::lowFormatFromValue(value) == yes, value);
         const QList<QPair<const char *, int>> lcd = {{"HDMI1080P60", 1}, {"HDMI480P4X3D", 1}, {"HDMI999", 2},
                                                      {"HDMI720p60", 2}, {"hdmi720P60", 0}, {"S70", 0}};
         for (const auto &[value, action] : lcd)

@@ -329,10 +329,10 @@ private slots:
         QVERIFY(m->pty.send("AB\r"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D"), 10000);
         QVERIFY(m->pty.send("E\x80"));
-        QTest::qWait(200);
+        QTest::qWait(500);
         c().box("pauseRecvCheckBox")->setChecked(true);
         QVERIFY(m->pty.send("lost\n"));
-        QTest::qWait(300);
+        QTest::qWait(1000);
         c().box("pauseRecvCheckBox")->setChecked(false);
         QVERIFY(m->pty.send("F"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("41 42 0D46"), 10000);
@@ -357,7 +357,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3"), 10000);
         c().box("pauseRecvCheckBox")->setChecked(true);
         QVERIFY(m->pty.send("de"));
-        QTest::qWait(300);
+        QTest::qWait(1000);
         c().box("pauseRecvCheckBox")->setChecked(false);
         QVERIFY(m->pty.send("f"));
         QTRY_COMPARE_WITH_TIMEOUT(shown(), QStringLiteral("3\n6"), 10000);
