@@ -13,7 +13,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QPushButton>
@@ -24,18 +23,13 @@
 
 namespace {
 
+// cmake --install into `destdir`, as a package build stages it.
 bool stage(const QString &destdir, const QString &prefix)
 {
-    QProcess install;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("DESTDIR"), destdir);
-    install.setProcessEnvironment(env);
-    install.start(QStringLiteral(OSTRAKIT_CMAKE),
-                  {QStringLiteral("--install"), QStringLiteral(OSTRAKIT_BUILD_DIR), QStringLiteral("--prefix"), prefix});
-    const bool done = install.waitForFinished(120000) && install.exitCode() == 0;
-    if (!done)
-        qWarning("%s", install.readAll().constData());
-    return done;
+    qputenv("DESTDIR", QFile::encodeName(destdir));
+    const int status = QProcess::execute(QStringLiteral(OSTRAKIT_CMAKE), {"--install", OSTRAKIT_BUILD_DIR, "--prefix", prefix});
+    qunsetenv("DESTDIR");
+    return status == 0;
 }
 
 bool writeFile(const QString &path, const QByteArray &data)
@@ -57,11 +51,21 @@ class TstInstall : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void systemInstallRunsInPlace()
+    // udev never reads rules under /usr/local: a local install puts its rule in /etc.
+    void stagedInstallRunsInPlace_data()
     {
+        QTest::addColumn<QString>("prefix");
+        QTest::addColumn<QString>("rules");
+        QTest::newRow("system") << "/usr" << OSTRAKIT_SYSTEM_UDEV_RULES_DIR;
+        QTest::newRow("local") << "/usr/local" << "/etc/udev/rules.d";
+    }
+    void stagedInstallRunsInPlace()
+    {
+        QFETCH(QString, prefix);
+        QFETCH(QString, rules);
         QTemporaryDir dir;
-        QVERIFY(stage(dir.path(), QStringLiteral("/usr")));
-        const QString bin = dir.filePath(QStringLiteral("usr/bin"));
+        QVERIFY(stage(dir.path(), prefix));
+        const QString bin = dir.path() + prefix + QStringLiteral("/bin");
         const QStringList programs = QDir(bin).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
         QVERIFY(programs.contains(QStringLiteral("ostrakit")));
         for (const QString &name : programs) {
@@ -69,90 +73,60 @@ private Q_SLOTS:
             QVERIFY2(QFileInfo(path).isFile() && QFileInfo(path).isExecutable() && readFile(path).startsWith("\x7f" "ELF"),
                      qPrintable(name + QStringLiteral(" is no program")));
         }
-        QVERIFY(QFile::exists(dir.path() + QStringLiteral(OSTRAKIT_SYSTEM_UDEV_RULES_DIR "/70-ostrakit-halvorn.rules")));
+        QVERIFY(QFile::exists(dir.path() + rules + QStringLiteral("/70-ostrakit-halvorn.rules")));
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("usr/local/lib/udev"))));
 
         // What the program looks up, from where it lies.
         const QString data = ProgramPaths::dataFolder(bin);
-        QCOMPARE(data, dir.filePath(QStringLiteral("usr/share/ostrakit/")));
+        QCOMPARE(data, dir.path() + prefix + QStringLiteral("/share/ostrakit/"));
         QTranslator translator;
         QVERIFY(translator.load(data + QStringLiteral("language-cn")));
-        QVERIFY(VelkaroIni::programImageSet(QDir::cleanPath(data)).isValid());
-        QVERIFY(QFile::exists(data + QStringLiteral("70-ostrakit-halvorn.rules")));
+        QVERIFY(VelkaroIni::programImageSet(QDir::cleanPath(data)).isValid() && QFile::exists(data + "70-ostrakit-halvorn.rules"));
 
         // Started in Chinese with the virtual board. Had the translation not been found,
         // start-up would stop at its message box before the board link exists, and the
         // board would never be asked what it is.
         QVERIFY(writeFile(dir.filePath(QStringLiteral("home/.config/Ostrakit/settings.ini")), "[General]\nlanguage=cn\n"));
         const QString trace = dir.filePath(QStringLiteral("trace.txt"));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath(QStringLiteral("home/.config"))));
         QProcess program;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.filePath(QStringLiteral("home/.config")));
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        program.setProcessEnvironment(env);
         program.start(bin + QStringLiteral("/ostrakit"),
                       {QStringLiteral("--virtual-board"), QStringLiteral("4412"), QStringLiteral("--board-trace"), trace});
         QVERIFY(program.waitForStarted());
-        QElapsedTimer clock;
-        clock.start();
-        while (!readFile(trace).contains("GETHW 0") && clock.elapsed() < 30000 && program.state() == QProcess::Running)
-            QTest::qWait(100);
+        QTRY_VERIFY_WITH_TIMEOUT(readFile(trace).contains("GETHW 0") || program.state() != QProcess::Running, 30000);
         program.kill();
         program.waitForFinished();
         QVERIFY2(readFile(trace).contains("GETHW 0"), program.readAllStandardError().constData());
         QVERIFY(!QFile::exists(bin + QStringLiteral("/settings.ini")));
     }
 
-    // udev never reads rules under /usr/local: a local install puts its rule in /etc.
-    void localInstallRuleInEtc()
-    {
-        QTemporaryDir dir;
-        QVERIFY(stage(dir.path(), QStringLiteral("/usr/local")));
-        QVERIFY(QFile::exists(dir.filePath(QStringLiteral("etc/udev/rules.d/70-ostrakit-halvorn.rules"))));
-        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("usr/local/lib/udev"))));
-        QVERIFY(QFile::exists(dir.filePath(QStringLiteral("usr/local/share/ostrakit/language-cn.qm"))));
-    }
-
-    void whichSettingsFile_data()
-    {
-        QTest::addColumn<bool>("readOnly");
-        QTest::newRow("build tree or portable copy") << false;
-        QTest::newRow("read-only program folder") << true;
-    }
-    void whichSettingsFile()
-    {
-        QFETCH(bool, readOnly);
-        QTemporaryDir dir;
-        const QString bin = dir.filePath(QStringLiteral("bin"));
-        QVERIFY(QDir().mkpath(bin));
-        if (readOnly)
-            QVERIFY(QFile::setPermissions(bin, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
-        const QString config = dir.filePath(QStringLiteral("config"));
-        QCOMPARE(ProgramPaths::settingsFile(bin, config), readOnly ? config + QStringLiteral("/Ostrakit/settings.ini")
-                                                                                : bin + QStringLiteral("/settings.ini"));
-        QFile::setPermissions(bin, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-
-    // An installed program with no per-user file yet: a "[General]" file written by hand
-    // beside it starts it in Chinese; the language view then writes the user's own file,
-    // again under "[General]", and leaves the administrator's alone.
-    void handWrittenGeneralSection()
+    // "settings.ini" in the program's folder while it may be written (the build tree, a
+    // portable copy), else the user's own. An installed program with no per-user file yet:
+    // a "[General]" file written by hand beside it starts it in Chinese; the language view
+    // then writes the user's own file, again under "[General]", and leaves the
+    // administrator's alone.
+    void settingsFile()
     {
         UserDialogs::setInformationHandler([](QWidget *, const QString &, const QString &) {});
         QTemporaryDir dir;
-        const QString bin = dir.filePath(QStringLiteral("bin"));
-        const QString config = dir.filePath(QStringLiteral("config"));
+        const QString bin = dir.filePath(QStringLiteral("bin")), config = dir.filePath(QStringLiteral("config"));
+        const QString own = bin + QStringLiteral("/settings.ini"), user = config + QStringLiteral("/Ostrakit/settings.ini");
+        QVERIFY(QDir().mkpath(bin));
+        QCOMPARE(ProgramPaths::settingsFile(bin, config), own);
+        QVERIFY(QFile::setPermissions(bin, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+        QCOMPARE(ProgramPaths::settingsFile(bin, config), user);
+        QVERIFY(QFile::setPermissions(bin, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+
         QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("share/ostrakit"))));
         QVERIFY(QFile::copy(QStringLiteral(OSTRAKIT_BUILT_QM), dir.filePath(QStringLiteral("share/ostrakit/language-cn.qm"))));
         const QByteArray byHand = "[General]\nlanguage=cn\nfontSize_cn=11\n";
-        QVERIFY(writeFile(bin + QStringLiteral("/settings.ini"), byHand));
-
+        QVERIFY(writeFile(own, byHand));
         gLanguage = -1;
         {
             QSettings settings(ProgramPaths::settingsFileToRead(bin, config), QSettings::IniFormat);
             Startup::applyLanguage(*qApp, ProgramPaths::dataFolder(bin), settings);
         }
-        QCOMPARE(gLanguage, 1);
-        QCOMPARE(QApplication::font().pointSize(), 11);
+        QVERIFY(gLanguage == 1 && QApplication::font().pointSize() == 11);
 
         TLanguageSettingView view;
         view.setSettingsFile(ProgramPaths::settingsFile(bin, config));
@@ -160,10 +134,10 @@ private Q_SLOTS:
             if (button->text() == QLatin1String("English"))
                 QTest::mouseClick(button, Qt::LeftButton);
         }
-        const QByteArray written = readFile(config + QStringLiteral("/Ostrakit/settings.ini"));
+        const QByteArray written = readFile(user);
         QVERIFY2(written.startsWith("[General]\n") && written.contains("\nlanguage=en\n"), written.constData());
-        QCOMPARE(readFile(bin + QStringLiteral("/settings.ini")), byHand);
-        QCOMPARE(ProgramPaths::settingsFileToRead(bin, config), config + QStringLiteral("/Ostrakit/settings.ini"));
+        QCOMPARE(readFile(own), byHand);
+        QCOMPARE(ProgramPaths::settingsFileToRead(bin, config), user);
 
         // A file an earlier release wrote under "[%General]" keeps its language, and the
         // next choice leaves one "[General]" section.

@@ -6,38 +6,27 @@ class TestCmdLineOptions : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // The box read from a command line: 1 ticked, 0 unticked, -1 left as it is.
-    void skipCaliFromText()
+    // The box read from a command line: 1 ticked, 0 unticked, -1 left as it is. The text the
+    // box writes back; the page reads the box from it again, so they must agree or the box flips.
+    void skipCaliToken()
     {
-        const QList<QPair<const char *, int>> rows = {
+        const QList<QPair<const char *, int>> read = {
             {"console=ttySAC0 skipcali=y lcd=S70", 1}, {"a skipcali=yes", 1}, {"a skipcali=n", 0}, {"a skipcali=1", 0},
             {"skipcali=n skipcali=y", 0}, {"skipcali=1 skipcali=y", 1}, {"SKIPCALI=Y", 0}, {"noskipcali=y", 0},
             {"   ", 0}, {"", -1}};
-        for (const auto &[line, box] : rows) {
+        for (const auto &[line, box] : read) {
             const std::optional<bool> state = CmdLineOptions::skipCaliFromCommandLine(line);
             QCOMPARE(state ? int(*state) : -1, box);
         }
-    }
-
-    void textFromSkipCali_data()
-    {
-        QTest::addColumn<QString>("commandLine");
-        QTest::addColumn<bool>("skipCali");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("old token moves to the end") << "console=ttySAC0 skipcali=n lcd=S70" << true << "console=ttySAC0 lcd=S70 skipcali=y";
-        QTest::newRow("every token goes, blanks collapse") << "skipcali=1 a  skipcali=yes b\tc skipcali=" << false << "a b c";
-        QTest::newRow("upper-case token is kept") << "SKIPCALI=Y" << false << "SKIPCALI=Y";
-        QTest::newRow("blanks only, ticked") << "   " << true << "skipcali=y";
-        QTest::newRow("empty line gets no lone token") << "" << true << "";
-    }
-    void textFromSkipCali()
-    {
-        QFETCH(QString, commandLine);
-        QFETCH(bool, skipCali);
-        const QString rewritten = CmdLineOptions::commandLineWithSkipCali(commandLine, skipCali);
-        QTEST(rewritten, "expected");
-        // The page reads the box back from the text it wrote: they must agree, or the box flips.
-        QCOMPARE(CmdLineOptions::skipCaliFromCommandLine(rewritten).value_or(skipCali), skipCali);
+        const QList<std::tuple<QString, bool, QString>> written = {
+            {"console=ttySAC0 skipcali=n lcd=S70", true, "console=ttySAC0 lcd=S70 skipcali=y"},
+            {"skipcali=1 a  skipcali=yes b\tc skipcali=", false, "a b c"}, {"SKIPCALI=Y", false, "SKIPCALI=Y"},
+            {"   ", true, "skipcali=y"}, {"", true, ""}};
+        for (const auto &[line, skipCali, expected] : written) {
+            const QString rewritten = CmdLineOptions::commandLineWithSkipCali(line, skipCali);
+            QCOMPARE(rewritten, expected);
+            QCOMPARE(CmdLineOptions::skipCaliFromCommandLine(rewritten).value_or(skipCali), skipCali);
+        }
     }
 };
 

@@ -20,82 +20,56 @@ class TestFlashPlan : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QFile good(dir.filePath("good"));
-        QVERIFY(good.open(QIODevice::WriteOnly) && good.write("image") == 5);
-        QFile empty(dir.filePath("empty"));
-        QVERIFY(empty.open(QIODevice::WriteOnly));
+        QFile good(dir.filePath("good")), empty(dir.filePath("empty"));
+        QVERIFY(good.open(QIODevice::WriteOnly) && good.write("image") == 5 && empty.open(QIODevice::WriteOnly));
         QVERIFY(QDir(dir.path()).mkdir("folder"));
     }
 
-    void build_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("options"); // L low format, H HDMI, S select all, I invert
-        QTest::addColumn<QString>("ram");
-        QTest::addColumn<Texts>("ticked");    // ticked items with their texts: "" a good file, "-" an empty field
-        QTest::addColumn<QStringList>("keys");
-        QTest::addColumn<QString>("error");
-        const QString ram = FlashPlan::kRamAddressKey, cmd = ConfigPage::kCommandLineLabel;
-        QTest::newRow("Android: all, in page order")
-            << int(ConfigPage::Android) << "LHS" << "" << Texts{{cmd, ""}}
-            << QStringList({"LowFormat", "SetLCDMode", "Android BootLoader: ", "Android Kernel: ", cmd, "Android Ramdisk: ",
-                            "Android RootFs/System Image: ", "Android Userdata Image: "}) << "";
-        QTest::newRow("Android: nothing") << int(ConfigPage::Android) << "" << "" << Texts() << QStringList() << "No action.";
-        QTest::newRow("WinCE: inverted") << int(ConfigPage::WinCE) << "I" << "" << Texts{{"WinCE6 BootLogo: ", ""}}
-                                         << QStringList({"WinCE6 BootLoader: ", "WinCE6 InstallImage: "}) << "";
-        // Neither low format nor HDMI exists on this page; the address goes as typed.
-        QTest::newRow("run: address then image") << int(ConfigPage::UserBinRun) << "LH" << "not hex" << Texts()
-                                                 << QStringList{ram, "No OS Image: "} << "";
-        QTest::newRow("install: selected all")
-            << int(ConfigPage::UserBinInstall) << "LS" << "50000000" << Texts()
-            << QStringList{"LowFormat", ram, "Halvorn: ", "No OS Image: "} << "";
-        QTest::newRow("install: no address before a missing image") << int(ConfigPage::UserBinInstall) << "" << ""
-                                                                   << Texts{{"No OS Image: ", "@missing"}} << QStringList() << "No address.";
-        QTest::newRow("run: image field empty") << int(ConfigPage::UserBinRun) << "" << "3" << Texts{{"No OS Image: ", "-"}}
-                                                << QStringList() << "No \"No OS Image: \".";
-        QTest::newRow("missing boot loader before an empty kernel field")
-            << int(ConfigPage::Android) << "" << "" << Texts{{"Android BootLoader: ", "@missing"}, {"Android Kernel: ", "-"}}
-            << QStringList() << "File not found \"@missing\".";
-        QTest::newRow("empty command line before a missing ramdisk")
-            << int(ConfigPage::Android) << "" << "" << Texts{{cmd, "-"}, {"Android Ramdisk: ", "@missing"}}
-            << QStringList() << "No kernel command line.";
-        QTest::newRow("empty image file") << int(ConfigPage::Linux) << "" << "" << Texts{{"Linux RootFs: ", "@empty"}}
-                                          << QStringList() << "Cannot open file \"@empty\".";
-        QTest::newRow("a folder is no file") << int(ConfigPage::Linux) << "" << "" << Texts{{"Linux Kernel: ", "@folder"}}
-                                             << QStringList() << "File not found \"@folder\".";
-    }
     void build()
     {
-        QFETCH(int, kind);
-        QFETCH(QString, options);
-        QFETCH(Texts, ticked);
-        QFETCH(QString, error);
-        FlashPageState state = FlashPageState::forKind(ConfigPage::Kind(kind));
-        QCOMPARE(state.selectedLabels(), ConfigPage::isUserBinPage(state.kind) ? QStringList{"No OS Image: "} : QStringList());
-        // Unticked items name a missing file: they must never be looked at.
-        const bool selecting = options.contains('S') || options.contains('I');
-        for (FlashPageItem &item : state.items) {
-            const bool tick = ticked.contains(item.label);
-            const QString t = tick ? ticked[item.label] : item.checked || selecting ? QString() : QStringLiteral("@missing");
-            item.checked = item.checked || tick;
-            item.text = t.isEmpty() ? (item.label == ConfigPage::kCommandLineLabel ? "console=ttySAC0" : real("@good"))
-                                    : t == "-" ? QString() : real(t);
+        const QString ram = FlashPlan::kRamAddressKey, cmd = ConfigPage::kCommandLineLabel, image = ConfigPage::kUserBinLabel;
+        // options: L low format, H HDMI, S select all, I invert; ticked: labels with their
+        // texts, "" a good file, "-" an empty field.
+        const struct { ConfigPage::Kind kind; QString options, ram; Texts ticked; QStringList keys; QString error; } rows[] = {
+            {ConfigPage::Android, "LHS", "", {{cmd, ""}}, {"LowFormat", "SetLCDMode", "Android BootLoader: ", "Android Kernel: ",
+             cmd, "Android Ramdisk: ", "Android RootFs/System Image: ", "Android Userdata Image: "}, ""},
+            {ConfigPage::Android, "", "", {}, {}, "No action."},
+            {ConfigPage::WinCE, "I", "", {{"WinCE6 BootLogo: ", ""}}, {"WinCE6 BootLoader: ", "WinCE6 InstallImage: "}, ""},
+            // Neither low format nor HDMI exists on this page; the address goes as typed.
+            {ConfigPage::UserBinRun, "LH", "not hex", {}, {ram, image}, ""},
+            {ConfigPage::UserBinInstall, "LS", "50000000", {}, {"LowFormat", ram, "Halvorn: ", image}, ""},
+            {ConfigPage::UserBinInstall, "", "", {{image, "@missing"}}, {}, "No address."},
+            {ConfigPage::UserBinRun, "", "3", {{image, "-"}}, {}, "No \"No OS Image: \"."},
+            {ConfigPage::Android, "", "", {{"Android BootLoader: ", "@missing"}, {"Android Kernel: ", "-"}}, {}, "File not found \"@missing\"."},
+            {ConfigPage::Android, "", "", {{cmd, "-"}, {"Android Ramdisk: ", "@missing"}}, {}, "No kernel command line."},
+            {ConfigPage::Linux, "", "", {{"Linux RootFs: ", "@empty"}}, {}, "Cannot open file \"@empty\"."},
+            {ConfigPage::Linux, "", "", {{"Linux Kernel: ", "@folder"}}, {}, "File not found \"@folder\"."}};
+        for (const auto &row : rows) {
+            FlashPageState state = FlashPageState::forKind(row.kind);
+            QCOMPARE(state.selectedLabels(), ConfigPage::isUserBinPage(state.kind) ? QStringList{image} : QStringList());
+            // Unticked items name a missing file: they must never be looked at.
+            const bool selecting = row.options.contains('S') || row.options.contains('I');
+            for (FlashPageItem &item : state.items) {
+                const bool tick = row.ticked.contains(item.label);
+                const QString t = tick ? row.ticked[item.label] : item.checked || selecting ? QString() : QStringLiteral("@missing");
+                item.checked = item.checked || tick;
+                item.text = t.isEmpty() ? (item.label == cmd ? "console=ttySAC0" : real("@good")) : t == "-" ? QString() : real(t);
+            }
+            state.lowFormatChecked = row.options.contains('L');
+            state.hdmiChecked = row.options.contains('H');
+            state.hdmiResolution = QStringLiteral("HDMI720P60");
+            state.ramAddress = row.ram;
+            if (row.options.contains('S'))
+                state.selectAll();
+            if (row.options.contains('I'))
+                state.invertSelection();
+            const FlashPlan plan = FlashPlan::build(state);
+            QCOMPARE(plan.error, QString(row.error).replace("\"@", "\"" + dir.path() + '/'));
+            QCOMPARE(plan.keys, row.keys);
+            QCOMPARE(plan.values.size(), plan.keys.size());
+            if (plan.keys.value(1) == "SetLCDMode")
+                QCOMPARE(plan.values.mid(0, 3), QStringList({"yes", "HDMI720P60", real("@good")}));
         }
-        state.lowFormatChecked = options.contains('L');
-        state.hdmiChecked = options.contains('H');
-        state.hdmiResolution = QStringLiteral("HDMI720P60");
-        QFETCH(QString, ram);
-        state.ramAddress = ram;
-        if (options.contains('S'))
-            state.selectAll();
-        if (options.contains('I'))
-            state.invertSelection();
-        const FlashPlan plan = FlashPlan::build(state);
-        QCOMPARE(plan.error, QString(error).replace("@missing", real("@missing")).replace("@empty", real("@empty")).replace("@folder", real("@folder")));
-        QTEST(plan.keys, "keys");
-        QCOMPARE(plan.values.size(), plan.keys.size());
-        if (plan.keys.value(1) == "SetLCDMode")
-            QCOMPARE(plan.values.mid(0, 3), QStringList({"yes", "HDMI720P60", real("@good")}));
     }
 
     void commandLineWithoutLineBreaks()
@@ -107,40 +81,34 @@ private Q_SLOTS:
     }
 
     // Each step's text in the status line and the board command it becomes.
-    void steps_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("run");
-        QTest::addColumn<int>("cpu");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<int>("command");
-        const int c4412 = TUsbDevCommand::CPU_4412;
-        QTest::newRow("low format") << "LowFormat" << false << c4412 << "Low formatting Nand Flash (Step3/12) ..." << int(FlashStep::LowFormat);
-        QTest::newRow("LCD") << "SetLCDMode" << false << c4412 << "Set LCD Type (Step3/12) ..." << int(FlashStep::SendLcdType);
-        QTest::newRow("command line") << "Kernel CommandLine: " << false << c4412 << "Set kernal command line (Step3/12) ..." << int(FlashStep::SendCmdLine);
-        QTest::newRow("system, slash kept") << "Android RootFs/System Image: " << false << c4412 << "Flashing Android RootFs/System Image (Step3/12) ..." << int(FlashStep::SendLinuxFs);
-        QTest::newRow("user data, 5250") << "Android Userdata Image: " << false << int(TUsbDevCommand::CPU_5250) << "Flashing Android Userdata Image (Step3/12) ..." << int(FlashStep::SendUserDataFs);
-        QTest::newRow("user data, 6410") << "Android Userdata Image: " << false << int(TUsbDevCommand::CPU_6410) << "Flashing Android Userdata Image (Step3/12) ..." << int(FlashStep::Unsupported);
-        QTest::newRow("address") << FlashPlan::kRamAddressKey << true << c4412 << "Set RAM address of user-bin (Step3/12) ..." << int(FlashStep::SendAddrOfUserBin);
-        QTest::newRow("label without its blank") << "Android Kernel:" << false << c4412 << "" << int(FlashStep::Unsupported);
-    }
     void steps()
     {
-        QFETCH(QString, key);
-        QFETCH(bool, run);
-        QFETCH(int, cpu);
-        const auto mode = run ? ConfigPage::ActionMode::Run : ConfigPage::ActionMode::Install;
-        if (!key.endsWith(':'))
-            QTEST(stepStatusText(key, 2, 12, mode), "status");
-        const FlashStep step = FlashStep::forPlanStep(key, "/img/v", mode, TUsbDevCommand::TBoardCPU(cpu));
-        QTEST(int(step.command), "command");
-        QCOMPARE(step.flashIt, key == ConfigPage::kUserBinLabel && !run);
-        if (step.command != FlashStep::Unsupported)
-            QCOMPARE(step.argument, QString("/img/v"));
+        using S = FlashStep;
+        const int c4412 = TUsbDevCommand::CPU_4412, c5250 = TUsbDevCommand::CPU_5250, c6410 = TUsbDevCommand::CPU_6410;
+        const QString userData = "Android Userdata Image: ", userDataText = "Flashing Android Userdata Image (Step3/12) ...";
+        const QList<std::tuple<QString, bool, int, QString, S::Command>> rows = {
+            {"LowFormat", false, c4412, "Low formatting Nand Flash (Step3/12) ...", S::LowFormat},
+            {"SetLCDMode", false, c4412, "Set LCD Type (Step3/12) ...", S::SendLcdType},
+            {"Kernel CommandLine: ", false, c4412, "Set kernal command line (Step3/12) ...", S::SendCmdLine},
+            {"Android RootFs/System Image: ", false, c4412, "Flashing Android RootFs/System Image (Step3/12) ...", S::SendLinuxFs},
+            {userData, false, c5250, userDataText, S::SendUserDataFs}, {userData, false, c6410, userDataText, S::Unsupported},
+            {FlashPlan::kRamAddressKey, true, c4412, "Set RAM address of user-bin (Step3/12) ...", S::SendAddrOfUserBin},
+            {ConfigPage::kUserBinLabel, false, c4412, "", S::SendUserBin}, {ConfigPage::kUserBinLabel, true, c4412, "", S::SendUserBin},
+            {"Android Kernel:", false, c4412, "", S::Unsupported}}; // a label without its blank
+        for (const auto &[key, run, cpu, status, command] : rows) {
+            const auto mode = run ? ConfigPage::ActionMode::Run : ConfigPage::ActionMode::Install;
+            if (!status.isEmpty())
+                QCOMPARE(stepStatusText(key, 2, 12, mode), status);
+            const FlashStep step = FlashStep::forPlanStep(key, "/img/v", mode, TUsbDevCommand::TBoardCPU(cpu));
+            QCOMPARE(step.command, command);
+            QCOMPARE(step.flashIt, key == ConfigPage::kUserBinLabel && !run);
+            QCOMPARE(step.argument, command == S::Unsupported ? QString() : QString("/img/v"));
+        }
         // Labels and commands live in two places; a renamed label would fail at run time.
         for (int kind = ConfigPage::Android; kind <= ConfigPage::UserBinInstall; ++kind)
             for (const QString &label : ConfigPage::itemLabels(ConfigPage::Kind(kind)))
-                QVERIFY2(FlashStep::forPlanStep(label, {}, mode, TUsbDevCommand::CPU_4412).command != FlashStep::Unsupported, qPrintable(label));
+                QVERIFY2(S::forPlanStep(label, {}, ConfigPage::ActionMode::Install, TUsbDevCommand::CPU_4412).command
+                             != S::Unsupported, qPrintable(label));
     }
 };
 

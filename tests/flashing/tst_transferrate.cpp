@@ -1,4 +1,5 @@
 #include "flashing/transferrate.h"
+#include "flashing/visibleprogress.h"
 
 #include <QtTest>
 
@@ -23,10 +24,21 @@ private Q_SLOTS:
         rate.update(9 * 1024 * 1024 + 1, 2600); // between samples only the position moves
         QCOMPARE(rate.bytesPerSecond(), sampled);
 
-        QCOMPARE(TransferRate::formatRate(512), QString("512 B/s"));
-        QCOMPARE(TransferRate::formatRate(1536), QString("1.5 KB/s"));
-        QCOMPARE(TransferRate::formatDuration(75), QString("1:15"));
-        QCOMPARE(TransferRate::formatDuration(3725), QString("1:02:05"));
+        const QList<QPair<double, QString>> rates = {{1023, "1023 B/s"}, {1024, "1.0 KB/s"}, {1536, "1.5 KB/s"}};
+        for (const auto &[bytes, text] : rates)
+            QCOMPARE(TransferRate::formatRate(bytes), text);
+        QCOMPARE(TransferRate::formatDuration(75) + ' ' + TransferRate::formatDuration(3725), QString("1:15 1:02:05"));
+    }
+
+    // The bar follows a new percentage or pixel at most once a frame (20 ms), its ends always.
+    void barChangesOncePerFrame()
+    {
+        VisibleProgress bar;
+        bar.start(1000, 100);
+        const struct { qint64 position, ms; bool shown; } moves[] = {
+            {1, 0, true}, {2, 1, false}, {10, 19, false}, {10, 20, true}, {11, 60, false}, {1000, 61, true}, {0, 62, true}};
+        for (const auto &move : moves)
+            QVERIFY2(bar.changesView(move.position, move.ms) == move.shown, qPrintable(QString::number(move.ms)));
     }
 };
 

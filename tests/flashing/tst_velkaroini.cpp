@@ -22,26 +22,18 @@ class TestVelkaroIni : public QObject
     QTemporaryDir dir;
 
 private Q_SLOTS:
-    void readsValue_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("expected"); // of "Linux-Kernel"
-        QTest::newRow("blanks and tabs") << QByteArray("  Linux-Kernel \t =   zImage\t \n") << "zImage";
-        QTest::newRow("case-sensitive keys") << QByteArray("linux-kernel = zImage\n") << "";
-        QTest::newRow("= and blank runs in the value") << QByteArray("Linux-Kernel = a=b  c\n") << "a=b c";
-        // The first matching line decides even when its value is empty: the user wrote it.
-        QTest::newRow("first empty value wins") << QByteArray("Linux-Kernel =\nLinux-Kernel = second\n") << "";
-        QTest::newRow("line without = skipped") << QByteArray("Linux-Kernel\nLinux-Kernel = zImage\n") << "zImage";
-        QTest::newRow("commented out") << QByteArray("#Linux-Kernel = zImage\n") << "";
-        QTest::newRow("CRLF, BOM") << QByteArray("\xEF\xBB\xBFLinux-Kernel = zImage\r\nA = 1\r\n") << "zImage";
-        QTest::newRow("UTF-8, no final line end") << QByteArray("A = 1\nLinux-Kernel = z-\xE4\xB8\xAD") << "z-中";
-        QTest::newRow("binary junk before a key line") << QByteArray("\x00\x01\xff\xfe=\x80\x00\n", 8) + "Linux-Kernel = zImage\n"
-                                                       << "zImage";
-    }
+    // The value of "Linux-Kernel" as the file's writer meant it. The first matching line
+    // decides even when its value is empty: the user wrote it.
     void readsValue()
     {
-        QFETCH(QByteArray, content);
-        QTEST(readVelkaroIniKeyValue(writeIni(dir.path(), content), "Linux-Kernel"), "expected");
+        const QList<QPair<QByteArray, QString>> rows = {
+            {"  Linux-Kernel \t =   zImage\t \n", "zImage"}, {"linux-kernel = zImage\n", ""},
+            {"Linux-Kernel = a=b  c\n", "a=b c"}, {"Linux-Kernel =\nLinux-Kernel = second\n", ""},
+            {"Linux-Kernel\nLinux-Kernel = zImage\n", "zImage"}, {"#Linux-Kernel = zImage\n", ""},
+            {"\xEF\xBB\xBFLinux-Kernel = zImage\r\nA = 1\r\n", "zImage"}, {"A = 1\nLinux-Kernel = z-\xE4\xB8\xAD", "z-中"},
+            {QByteArray("\x00\x01\xff\xfe=\x80\x00\n", 8) + "Linux-Kernel = zImage\n", "zImage"}};
+        for (const auto &[content, expected] : rows)
+            QCOMPARE(readVelkaroIniKeyValue(writeIni(dir.path(), content), "Linux-Kernel"), expected);
         QCOMPARE(readVelkaroIniKeyValue(dir.filePath("absent.ini"), "Linux-Kernel"), QString());
     }
 
@@ -63,10 +55,12 @@ private Q_SLOTS:
         QCOMPARE(text(ConfigPage::Android, "Android-UserData-16G", "Android Userdata Image: "), QString());
         QCOMPARE(text(ConfigPage::WinCE, VelkaroIni::kDefaultUserDataKey, "WinCE6 BootLoader: "), dir.path() + "/NBOOT.nb0");
         QVERIFY(!VelkaroIni::readPageFill(ConfigPage::UserBinRun, set, VelkaroIni::kDefaultUserDataKey));
-        for (const char *yes : {"yes", "Y", "y1"})
-            QVERIFY2(VelkaroIni::lowFormatFromValue(yes), yes);
-        for (const char *no : {"No", "1", ""})
-            QVERIFY2(!VelkaroIni::lowFormatFromValue(no), no);
+        // The user data image for a board comes from the chosen folder, else the program's own.
+        QVERIFY(!writeIni(dir.filePath("bin/images"), "A = 1\n").isEmpty());
+        QCOMPARE(VelkaroIni::userDataImageSet(dir.path(), dir.filePath("bin")).folder, dir.path());
+        QCOMPARE(VelkaroIni::userDataImageSet(dir.filePath("bin/none"), dir.filePath("bin")).folder, dir.filePath("bin/images"));
+        for (const auto &[value, yes] : QList<QPair<const char *, bool>>{{"yes", 1}, {"Y", 1}, {"y1", 1}, {"No", 0}, {"1", 0}, {"", 0}})
+            QVERIFY2(VelkaroIni::lowFormatFromValue(value) == yes, value);
         const QList<QPair<const char *, int>> lcd = {{"HDMI1080P60", 1}, {"HDMI480P4X3D", 1}, {"HDMI999", 2},
                                                      {"HDMI720p60", 2}, {"hdmi720P60", 0}, {"S70", 0}};
         for (const auto &[value, action] : lcd)
@@ -74,46 +68,22 @@ private Q_SLOTS:
         QCOMPARE(VelkaroIni::lcdTypeFromValue("HDMI480P4X3D").resolutionIndex, 21);
     }
 
-    void userDataForBoard_data()
-    {
-        QTest::addColumn<int>("cpu");
-        QTest::addColumn<QString>("info");
-        QTest::addColumn<QString>("key"); // "" when the page is left alone
-        const int c4412 = TUsbDevCommand::CPU_4412;
-        QTest::newRow("8GB") << c4412 << "Halvorn\nCPU: 4412\nEMMC: 8GB\n" << "Android-UserData-8G";
-        QTest::newRow("case, blanks, CRLF") << c4412 << "Halvorn\r\n eMMC : 16g \r\n" << "Android-UserData-16G";
-        QTest::newRow("only the second part") << c4412 << "Halvorn\nEMMC: 4G: 16GB" << "Android-UserData-4G";
-        QTest::newRow("48G is not 4G") << c4412 << "Halvorn\nEMMC: 48G" << "Android-UserData";
-        QTest::newRow("first EMMC line decides") << c4412 << "Halvorn\nEMMC:\nEMMC: 8GB" << "Android-UserData";
-        QTest::newRow("first line ignored") << c4412 << "EMMC: 8GB\nCPU: 4412" << "";
-        QTest::newRow("no colon") << c4412 << "Halvorn\nEMMC 8GB" << "";
-        QTest::newRow("5250") << int(TUsbDevCommand::CPU_5250) << "Halvorn\nEMMC: 8GB" << "";
-    }
+    // The user data image a 4412 board's eMMC line asks for; "" when the page is left alone.
     void userDataForBoard()
     {
-        QFETCH(int, cpu);
-        QFETCH(QString, info);
-        QFETCH(QString, key);
-        const auto choice = VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Android, info);
-        QCOMPARE(choice.refill, !key.isEmpty());
-        QCOMPARE(choice.key, key.isEmpty() ? VelkaroIni::kDefaultUserDataKey : key);
-        QVERIFY(!VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Linux, info).refill);
-    }
-
-    void findsImageSets()
-    {
-        const QString program = dir.filePath("bin"), dvd = dir.filePath("dvd");
-        QDir().mkpath(dvd);
-        QVERIFY(!VelkaroIni::programImageSet(program).isValid());
-        QVERIFY(!VelkaroIni::isImagesFolder(dvd));
-        QVERIFY(!VelkaroIni::userDataImageSet(dvd, program).isValid());
-        QVERIFY(!writeIni(program + "/images", "A = 1\n").isEmpty());
-        QCOMPARE(VelkaroIni::programImageSet(program).iniFile, program + "/images/Velkaro.ini");
-        QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, program + "/images");
-        QVERIFY(!writeIni(dvd, "A = 1\n").isEmpty());
-        QVERIFY(VelkaroIni::isImagesFolder(dvd));
-        QCOMPARE(VelkaroIni::chosenImageSet(dvd).iniFile, dvd + "/Velkaro.ini");
-        QCOMPARE(VelkaroIni::userDataImageSet(dvd, program).folder, dvd);
+        const int c4412 = TUsbDevCommand::CPU_4412;
+        const QList<std::tuple<int, QString, QString>> rows = {
+            {c4412, "Halvorn\nCPU: 4412\nEMMC: 8GB\n", "Android-UserData-8G"},
+            {c4412, "Halvorn\r\n eMMC : 16g \r\n", "Android-UserData-16G"}, {c4412, "Halvorn\nEMMC: 4G: 16GB", "Android-UserData-4G"},
+            {c4412, "Halvorn\nEMMC: 48G", "Android-UserData"}, {c4412, "Halvorn\nEMMC:\nEMMC: 8GB", "Android-UserData"},
+            {c4412, "EMMC: 8GB\nCPU: 4412", ""}, {c4412, "Halvorn\nEMMC 8GB", ""},
+            {TUsbDevCommand::CPU_5250, "Halvorn\nEMMC: 8GB", ""}};
+        for (const auto &[cpu, info, key] : rows) {
+            const auto choice = VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Android, info);
+            QCOMPARE(choice.key, key.isEmpty() ? VelkaroIni::kDefaultUserDataKey : key);
+            QCOMPARE(choice.refill, !key.isEmpty());
+            QVERIFY(!VelkaroIni::userDataForBoard(TUsbDevCommand::TBoardCPU(cpu), ConfigPage::Linux, info).refill);
+        }
     }
 };
 
