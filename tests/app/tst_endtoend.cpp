@@ -272,6 +272,8 @@ private Q_SLOTS:
         TConfigView *page = program->page();
         QVERIFY(page);
         QTEST(program->tab->currentViewName(), "view");
+        QCheckBox *userBin = page->findCheckboxControler(ConfigPage::kUserBinLabel); // always downloaded
+        QCOMPARE(userBin && userBin->isChecked() && !userBin->isEnabled(), menu.startsWith("User bin"));
         auto *skipCali = page->findChild<QCheckBox *>("skipCaliCheckBox"); // only where the command line is
         QCOMPARE(skipCali && skipCali->isVisible(), menu == "Android" || menu == "Linux");
 
@@ -579,6 +581,8 @@ private Q_SLOTS:
     {
         program = std::make_unique<Program>(QStringLiteral("4412")); // plugged in once events run
         TMainWidget &window = program->window;
+        // The home page is filled once the window is on screen, before the board link's first look.
+        QTRY_VERIFY_WITH_TIMEOUT(program->homeText().contains("Before connect your board to PC"), 900);
         const QList<MenuButton *> rows = program->tab->menu()->allButtons();
         const QList<TabButton *> tabs = window.findChild<TabWidget *>()->tabs();
         QTest::mouseClick(rows.at(3), Qt::LeftButton); // Windows CE
