@@ -5,7 +5,6 @@
 #include <QFileInfo>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 BoardAccessProblem BoardAccess::fromSearch(const usb_access_problem &found)
@@ -18,19 +17,6 @@ BoardAccessProblem BoardAccess::fromSearch(const usb_access_problem &found)
         problem.productId = found.product_id;
     }
     return problem;
-}
-
-BoardAccessProblem BoardAccess::probe(bool *usable)
-{
-    usb_access_problem found;
-    usb_handle *handle = usb_open_diagnosed(match_android_fastboot_driver, &found);
-    if (usable)
-        *usable = handle != nullptr;
-    if (handle) {
-        usb_close(handle);
-        std::free(handle);
-    }
-    return fromSearch(found);
 }
 
 QString BoardAccess::installedUdevRule()

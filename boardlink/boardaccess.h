@@ -27,11 +27,6 @@ public:
     // The usbdevfs search's finding, as a value.
     static BoardAccessProblem fromSearch(const usb_access_problem &found);
 
-    // One search of the bus, as the board link makes it. `usable` tells whether a
-    // download interface could be claimed (it is released again at once); the result
-    // says what stood in the way of the first one that could not.
-    static BoardAccessProblem probe(bool *usable = nullptr);
-
     // What to tell the user, translated: which node, why, and what to do (install the
     // udev rule `udevRuleFile` with the command given, or close the other program; then
     // plug the board in again). With `installedRule` (a rule udev already has) the advice
