@@ -4,6 +4,7 @@
 
 #include "serial/hled.h"
 #include "shell/appbutton.h"
+#include "shell/menubutton.h"
 #include "shell/misctoolswidget.h"
 #include "shell/tabbutton.h"
 #include "shell/tbutton.h"
@@ -54,15 +55,17 @@ private Q_SLOTS:
         QApplication::setFont(font);
         QTemporaryDir dir;
         QVERIFY(solid(kIdle, 11).save(dir.filePath("n.png")) && solid(kHeld, 11).save(dir.filePath("p.png")));
-        // Held or disabled, the close button turns red and shows its other picture.
-        const QList<std::tuple<int, QColor, QColor>> states = {{0, QColor(125, 185, 216), QColor(194, 229, 251)},
-            {1, QColor(140, 198, 42), QColor(217, 93, 77)}, {2, QColor(220, 220, 220), QColor(217, 93, 77)}};
-        for (const auto &[state, fill, titleFill] : states) {
+        // Held or disabled, the close button turns red and shows its other picture; a menu row turns blue.
+        const QColor grey(233, 236, 238), blue(125, 185, 216);
+        const QList<std::tuple<int, QColor, QColor, QColor>> states = {{0, blue, QColor(194, 229, 251), grey},
+            {1, QColor(140, 198, 42), QColor(217, 93, 77), blue}, {2, QColor(220, 220, 220), QColor(217, 93, 77), blue}};
+        for (const auto &[state, fill, titleFill, rowFill] : states) {
             TButton button(QStringLiteral("Flash"));
             TitleButton title(dir.filePath("n.png"), dir.filePath("p.png"));
             TabButton tab;
             tab.setText(QStringLiteral("Flash"));
-            for (QAbstractButton *b : std::initializer_list<QAbstractButton *>{&button, &title, &tab}) {
+            MenuButton row;
+            for (QAbstractButton *b : std::initializer_list<QAbstractButton *>{&button, &title, &tab, &row}) {
                 b->setEnabled(state != 2);
                 b->setDown(state == 1);
             }
@@ -74,6 +77,8 @@ private Q_SLOTS:
             image = render(&title);
             QCOMPARE(QColor(image.pixel(0, 0)), titleFill);
             QCOMPARE(boundsOf(image, state ? kHeld : kIdle), QRect(10, 7, 11, 11));
+            row.resize(200, 32);
+            QCOMPARE(QColor(render(&row).pixel(0, 0)), rowFill);
             tab.resize(100, 76); // held or chosen (disabled), a tab's caption shows white under its icon
             QVERIFY(!state || boundsOf(render(&tab), Qt::white).top() >= 50);
         }
