@@ -265,6 +265,7 @@ private Q_SLOTS:
         QFETCH(QStringList, received);
         ImagesFolder folder("first");
         QVERIFY(startConnected());
+        Q_EMIT gUsbDevCommand->ReportLog(0, QStringLiteral("said before any page was shown"));
         QVERIFY(chooseFolder("Android", folder));
         QVERIFY(program->clickMenu(menu));
         if (!radio.isEmpty())
@@ -272,6 +273,7 @@ private Q_SLOTS:
         TConfigView *page = program->page();
         QVERIFY(page);
         QTEST(program->tab->currentViewName(), "view");
+        QVERIFY(logText(page).startsWith("said before any page was shown"));
         QCheckBox *userBin = page->findCheckboxControler(ConfigPage::kUserBinLabel); // always downloaded
         QCOMPARE(userBin && userBin->isChecked() && !userBin->isEnabled(), menu.startsWith("User bin"));
         auto *skipCali = page->findChild<QCheckBox *>("skipCaliCheckBox"); // only where the command line is
