@@ -108,7 +108,7 @@ int FlashCli::exec()
                                  ? QStringLiteral("no board in download mode within %1 s").arg(options.waitSeconds)
                                  : QStringLiteral("no board in download mode (give --wait SECONDS to wait for one)");
         if (output == Output::Json)
-            event({{QStringLiteral("event"), QStringLiteral("run-done")}, {QStringLiteral("exit"), FlashExit::NoBoard},
+            jsonEvent({{QStringLiteral("event"), QStringLiteral("run-done")}, {QStringLiteral("exit"), FlashExit::NoBoard},
                    {QStringLiteral("error"), text}});
         else
             std::fprintf(err, "ostrakit-flash: %s\n", qPrintable(text));
@@ -275,7 +275,7 @@ int FlashCli::finish()
                                        {QStringLiteral("seconds"), board.ms / 1000.0},
                                        {QStringLiteral("mbps"), megabytesPerSecond(board.bytes, board.ms)}});
         }
-        event({{QStringLiteral("event"), QStringLiteral("run-done")},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("run-done")},
                {QStringLiteral("exit"), exitCode},
                {QStringLiteral("boards"), summary}});
     }
@@ -296,7 +296,7 @@ void FlashCli::identified(int index, int cpu, const QString &hwInfo)
     if (options.command == FlashCommandLine::List)
         return; // the listing says it all at the end
     if (output == Output::Json) {
-        event({{QStringLiteral("event"), QStringLiteral("board")},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("board")},
                {QStringLiteral("board"), board.node},
                {QStringLiteral("processor"), processor},
                {QStringLiteral("ram"), hardwareValue(hwInfo, QStringLiteral("RAM"))},
@@ -322,7 +322,7 @@ void FlashCli::stepStarted(int index, int step, int steps, const QString &key, c
                                     {QStringLiteral("start"), nowText()}};
     board.stepLog = QJsonArray();
     if (output == Output::Json)
-        event({{QStringLiteral("event"), QStringLiteral("step")}, {QStringLiteral("board"), board.node},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("step")}, {QStringLiteral("board"), board.node},
                {QStringLiteral("step"), step + 1}, {QStringLiteral("steps"), steps},
                {QStringLiteral("item"), key}, {QStringLiteral("status"), status}});
     else if (output == Output::Plain)
@@ -343,7 +343,7 @@ void FlashCli::progress(int index, qint64 position, qint64 total)
     dirty = true;
     const int percent = total > 0 ? int(position * 100 / total) : 0;
     if (output == Output::Json) {
-        event({{QStringLiteral("event"), QStringLiteral("progress")}, {QStringLiteral("board"), board.node},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("progress")}, {QStringLiteral("board"), board.node},
                {QStringLiteral("step"), board.step + 1}, {QStringLiteral("bytes"), position},
                {QStringLiteral("total"), total}, {QStringLiteral("percent"), percent},
                {QStringLiteral("bytesPerSecond"), board.rate.bytesPerSecond()}});
@@ -363,7 +363,7 @@ void FlashCli::logLine(int index, int level, const QString &text)
     Board &board = boards[index];
     board.stepLog.append(QJsonObject{{QStringLiteral("level"), level}, {QStringLiteral("text"), text}});
     if (output == Output::Json)
-        event({{QStringLiteral("event"), QStringLiteral("log")}, {QStringLiteral("board"), board.node},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("log")}, {QStringLiteral("board"), board.node},
                {QStringLiteral("level"), level}, {QStringLiteral("text"), text}});
     // On a terminal the live lines show the progress; what stays above them is what
     // went wrong. A log or a report keeps every line.
@@ -380,7 +380,7 @@ void FlashCli::stepFinished(int index, int step, bool ok)
     board.stepRecords.append(board.currentStep);
     board.stepLog = QJsonArray();
     if (output == Output::Json)
-        event({{QStringLiteral("event"), QStringLiteral("step-done")}, {QStringLiteral("board"), board.node},
+        jsonEvent({{QStringLiteral("event"), QStringLiteral("step-done")}, {QStringLiteral("board"), board.node},
                {QStringLiteral("step"), step + 1}, {QStringLiteral("ok"), ok}});
 }
 
@@ -397,7 +397,7 @@ void FlashCli::sessionFinished(int index, BoardSession::Result result, const QSt
     dirty = true;
     if (options.command != FlashCommandLine::List) {
         if (output == Output::Json)
-            event({{QStringLiteral("event"), QStringLiteral("done")}, {QStringLiteral("board"), board.node},
+            jsonEvent({{QStringLiteral("event"), QStringLiteral("done")}, {QStringLiteral("board"), board.node},
                    {QStringLiteral("result"), resultWord(result)}, {QStringLiteral("reason"), reason},
                    {QStringLiteral("seconds"), ms / 1000.0}});
         else if (result == BoardSession::Done)
@@ -412,7 +412,7 @@ void FlashCli::sessionFinished(int index, BoardSession::Result result, const QSt
 // ---------------------------------------------------------------------------
 // Output
 
-void FlashCli::event(const QJsonObject &object)
+void FlashCli::jsonEvent(const QJsonObject &object)
 {
     std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).constData(), out);
     std::fputc('\n', out);
@@ -490,7 +490,7 @@ void FlashCli::printList()
 {
     if (output == Output::Json) {
         for (const Board &board : boards) {
-            event({{QStringLiteral("event"), QStringLiteral("listed")},
+            jsonEvent({{QStringLiteral("event"), QStringLiteral("listed")},
                    {QStringLiteral("board"), board.node},
                    {QStringLiteral("processor"), TUsbDevCommand::cpuName(TUsbDevCommand::TBoardCPU(board.cpu))},
                    {QStringLiteral("ram"), hardwareValue(board.hwInfo, QStringLiteral("RAM"))},

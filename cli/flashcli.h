@@ -77,7 +77,7 @@ private:
     void sessionFinished(int board, BoardSession::Result result, const QString &reason, qint64 bytes, qint64 ms);
 
     // Output
-    void event(const QJsonObject &object);
+    void jsonEvent(const QJsonObject &object);
     void line(const QString &text); // a line that stays, above the live lines
     void redraw();
     QString liveLine(const Board &board) const;
