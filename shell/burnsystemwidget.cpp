@@ -85,11 +85,9 @@ TConfigView *BurnSystemWidget::configView(int kind)
         return *slot;
 
     auto *page = new TConfigView(kind, this);
-    page->hide();
     // Sized first, as the pages built at start were before anything reached them: the log
     // lays out its lines at the width it has when they come in.
-    if (testAttribute(Qt::WA_Resized))
-        page->setGeometry(201, 0, width() - 204, height());
+    adopt(page);
     // The page catches up on what it would have heard had it existed from the start; it is
     // wired only afterwards, so that nothing it says while catching up reaches the other pages.
     for (const PageEvent &event : std::as_const(pendingEvents))
@@ -98,15 +96,32 @@ TConfigView *BurnSystemWidget::configView(int kind)
     connect(page, &TConfigView::imagesPathUpdated, this, &BurnSystemWidget::imagesPathUpdatedSlot);
     connect(page, &TConfigView::switchView, this, &BurnSystemWidget::switchView);
     Global::connectUSBSlots(page);
-    views.append(page);
     *slot = page;
-
-    bool allBuilt = true;
-    for (int k = 0; k <= 4; ++k)
-        allBuilt = allBuilt && builtConfigView(k);
-    if (allBuilt)
+    if (allPagesBuilt())
         pendingEvents.clear();
     return page;
+}
+
+bool BurnSystemWidget::allPagesBuilt() const
+{
+    for (int kind = 0; kind <= 4; ++kind) {
+        if (!builtConfigView(kind))
+            return false;
+    }
+    return true;
+}
+
+QRect BurnSystemWidget::viewRect(const QSize &size)
+{
+    return QRect(201, 0, size.width() - 204, size.height());
+}
+
+void BurnSystemWidget::adopt(QWidget *view)
+{
+    view->hide();
+    if (testAttribute(Qt::WA_Resized))
+        view->setGeometry(viewRect(size()));
+    views.append(view);
 }
 
 QWidget *BurnSystemWidget::lateView(const QString &name)
@@ -123,23 +138,15 @@ QWidget *BurnSystemWidget::lateView(const QString &name)
         else
             return language;
     }
-    if (!view)
-        return nullptr;
-    view->hide();
-    if (testAttribute(Qt::WA_Resized))
-        view->setGeometry(201, 0, width() - 204, height());
-    views.append(view);
+    if (view)
+        adopt(view);
     return view;
 }
 
 void BurnSystemWidget::remember(const PageEvent &event)
 {
-    for (int kind = 0; kind <= 4; ++kind) {
-        if (!builtConfigView(kind)) {
-            pendingEvents.append(event);
-            return;
-        }
-    }
+    if (!allPagesBuilt())
+        pendingEvents.append(event);
 }
 
 void BurnSystemWidget::handOver(TConfigView *page, const PageEvent &event)
@@ -232,12 +239,11 @@ void BurnSystemWidget::quickStartButtonClicked()
 
 void BurnSystemWidget::resizeEvent(QResizeEvent *event)
 {
-    const int w = event->size().width();
     const int h = event->size().height();
     menuWidget->setGeometry(0, 0, 200, h - 40);
     quickBoot->setGeometry(10, h - 35, 180, 30);
     for (QWidget *view : std::as_const(views))
-        view->setGeometry(201, 0, w - 204, h);
+        view->setGeometry(viewRect(event->size()));
 }
 
 void BurnSystemWidget::paintEvent(QPaintEvent *)

@@ -64,6 +64,11 @@ private:
 
     bool boardPresent() const;
     TConfigView *builtConfigView(int kind) const;
+    bool allPagesBuilt() const;
+    // Where every view lies inside the tab of `size`: right of the menu.
+    static QRect viewRect(const QSize &size);
+    // Takes in a view built late: hidden, in its place, and laid out with the others.
+    void adopt(QWidget *view);
     QWidget *lateView(const QString &name);
     void remember(const PageEvent &event);
     void handOver(TConfigView *page, const PageEvent &event);
