@@ -4,6 +4,7 @@
 #include "boardlink/boardtext.h"
 #include "app/programpaths.h"
 #include "boardlink/boardaccess.h"
+#include "shell/picturesahead.h"
 #include "shell/resourceonlybrowser.h"
 #include "shell/resourcetext.h"
 
@@ -15,8 +16,7 @@
 
 THomeView::THomeView(QWidget *parent)
     : QWidget(parent)
-    , background(gLanguage == 1 ? QStringLiteral(":/homeviewbackground-cn.png")
-                                : QStringLiteral(":/homeviewbackground.png"))
+    , backgroundToTake(backgroundPath())
     , webView(new ResourceOnlyBrowser(this))
 {
     // The pages draw their own bordered table; a second frame around it would only
@@ -30,6 +30,11 @@ THomeView::THomeView(QWidget *parent)
         text.setPointSize(kMaxPointSize);
     webView->setFont(text);
     webView->setGeometry(22, 142, 660, 395);
+}
+
+QString THomeView::backgroundPath()
+{
+    return gLanguage == 1 ? QStringLiteral(":/homeviewbackground-cn.png") : QStringLiteral(":/homeviewbackground.png");
 }
 
 void THomeView::updateWebViewAfterFirstPaint(bool connected, const QString &text)
@@ -104,6 +109,7 @@ void THomeView::CpuRecognized() {}
 
 void THomeView::paintEvent(QPaintEvent *)
 {
+    PicturesAhead::takeOnce(backgroundToTake, background);
     QPainter painter(this);
     painter.drawPixmap(0, 0, background);
     if (pendingPage) {

@@ -23,6 +23,9 @@ public:
 
     ResourceOnlyBrowser *browser() const { return webView; }
 
+    // The picture behind the view, for the language in force.
+    static QString backgroundPath();
+
     // The largest text the pages are shown in.
     static constexpr int kMaxPointSize = 10;
 
@@ -49,6 +52,7 @@ private:
     };
 
     QPixmap background;
+    QString backgroundToTake; // until the first paint takes it in
     std::optional<PendingPage> pendingPage;
     ResourceOnlyBrowser *webView = nullptr;
 };

@@ -9,7 +9,9 @@
 #include "shell/boardstatus.h"
 #include "shell/burnsystemwidget.h"
 #include "shell/misctoolswidget.h"
+#include "shell/picturesahead.h"
 #include "shell/tabwidget.h"
+#include "shell/thomeview.h"
 #include "shell/titlebutton.h"
 #include "shell/versiontext.h"
 
@@ -49,9 +51,10 @@ TMainWidget::TMainWidget(QWidget *parent)
     ui->setupUi(this);
 
     // The pictures were chosen for the language in force at start; switching language
-    // asks for a restart.
-    background = QPixmap(gLanguage == 1 ? QStringLiteral(":/background-cn.png")
-                                        : QStringLiteral(":/background.png"));
+    // asks for a restart. The two large ones that the first paint shows are decoded while
+    // the rest of the window is built.
+    backgroundToTake = gLanguage == 1 ? QStringLiteral(":/background-cn.png") : QStringLiteral(":/background.png");
+    PicturesAhead::decode({backgroundToTake, THomeView::backgroundPath()});
 
     // The board link lives exactly as long as this window.
     gUsbDevCommand = new TUsbDevCommand(this);
@@ -201,6 +204,7 @@ void TMainWidget::openSerialPortAss()
 
 void TMainWidget::paintEvent(QPaintEvent *)
 {
+    PicturesAhead::takeOnce(backgroundToTake, background);
     QPainter painter(this);
     painter.fillRect(rect(), QColor(255, 255, 255));
     if (!background.isNull())

@@ -64,6 +64,7 @@ private:
     TitleButton *miniButton = nullptr;
     TitleButton *menuButton = nullptr;
     QPixmap background;
+    QString backgroundToTake; // until the first paint takes it in
     QLabel *statusTextLabel = nullptr;
     QLabel *statusIconLabel = nullptr;
     QPixmap connectedIcon;

@@ -6,6 +6,8 @@
 #include "shell/appbutton.h"
 #include "shell/menubutton.h"
 #include "shell/misctoolswidget.h"
+#include "shell/picturesahead.h"
+#include "shell/thomeview.h"
 #include "shell/tabbutton.h"
 #include "shell/tbutton.h"
 #include "shell/titlebutton.h"
@@ -110,6 +112,28 @@ private Q_SLOTS:
         const QImage shot = tools.grab().toImage();
         for (const QPoint corner : {QPoint(0, 0), QPoint(889, 0), QPoint(889, 620)})
             QCOMPARE(shot.pixelColor(corner), QColor(246, 248, 249));
+    }
+
+    // Pictures decoded ahead are the pictures asked for, each whole once; what is not
+    // ahead (any more) is read on the spot, and a missing one stays null instead of hanging.
+    void picturesAhead()
+    {
+        QTemporaryDir dir;
+        const QString idle = dir.filePath("idle.png"), held = dir.filePath("held.png"), gone = dir.filePath("gone.png");
+        QVERIFY(solid(kIdle, 7).save(idle) && solid(kHeld, 9).save(held));
+        PicturesAhead::decode({idle, gone, held, idle});
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(PicturesAhead::take(held).toImage().pixelColor(8, 8), kHeld);
+            QCOMPARE(PicturesAhead::take(idle).size(), QSize(7, 7));
+            QVERIFY(PicturesAhead::take(gone).isNull());
+        }
+        // The home view takes its picture in when it is first painted.
+        THomeView home;
+        home.resize(690, 554);
+        const QImage picture(THomeView::backgroundPath());
+        QVERIFY(!picture.isNull());
+        PicturesAhead::decode({THomeView::backgroundPath()});
+        QCOMPARE(home.grab().toImage().pixelColor(5, 5), picture.pixelColor(5, 5));
     }
 };
 
