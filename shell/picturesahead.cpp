@@ -1,5 +1,6 @@
 #include "shell/picturesahead.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QImage>
 
@@ -14,8 +15,7 @@ namespace {
 
 using Promises = std::vector<std::pair<QString, std::promise<QImage>>>;
 
-// Pictures asked for and not yet taken. A future that is never taken still finishes
-// decoding before the program ends: the thread's own future waits for it at exit.
+// Pictures asked for and not yet taken, and the threads decoding them.
 struct Ahead
 {
     QHash<QString, std::shared_future<QImage>> pictures;
@@ -26,6 +26,14 @@ Ahead &ahead()
 {
     static Ahead instance;
     return instance;
+}
+
+// Decoding uses Qt's image readers, which go with the application: a thread still at work
+// when the application ends is waited for while they are there.
+void finishDecoding()
+{
+    for (const std::future<void> &thread : ahead().threads)
+        thread.wait();
 }
 
 } // namespace
@@ -44,6 +52,8 @@ void decode(const QStringList &paths)
     if (promises->empty())
         return;
     auto &threads = ahead().threads;
+    static const bool waitedForAtExit = (qAddPostRoutine(finishDecoding), true);
+    Q_UNUSED(waitedForAtExit);
     threads.erase(std::remove_if(threads.begin(), threads.end(),
                                  [](const std::future<void> &done) {
                                      return done.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
