@@ -12,7 +12,7 @@ private Q_SLOTS:
         const QStringList rows = {
             "|0||", "--debug|0||", "--virtual-board 4412|6||", "--virtual-board=210|1||", "--virtual-board 3358 --debug|8||",
             "--virtual-board 4412 --emmc 16g --board-trace /tmp/t.txt|6|16GB|/tmp/t.txt",
-            "--virtual-board nonsense --help|!--virtual-board <CPU>", "-h|!Usage: ostrakit", "--version|!ostrakit 1.8a build140317",
+            "--virtual-board nonsense --help|!5250, 3358)", "-h|!Usage: ostrakit", "--version|!ostrakit 1.8a build140317",
             "--virtual-board 8086|!unknown processor '8086'", "--virtual-board S5P4412|!unknown processor",
             "--virtual-board|!Missing value after '--virtual-board'", "--virtualboard 4412|!Unknown option 'virtualboard'",
             "4412|!unexpected argument '4412'", "--virtual-board 4412 --emmc lots|!not an eMMC size",
