@@ -553,6 +553,8 @@ private Q_SLOTS:
                     && program->window.findChild<TabWidget *>()->tabs().at(1)->text() == QStringLiteral("串口"));
         auto *version = program->window.findChild<QLabel *>(QStringLiteral("versionLabel")); // whole in its corner
         QVERIFY(version->fontMetrics().horizontalAdvance(version->text()) <= version->width());
+        for (const char *title : {"closeButton", "menuButton", "miniButton"}) // nothing over the header's own picture
+            QVERIFY2(program->window.findChild<QWidget *>(title)->isHidden(), title);
         const QList<MenuButton *> rows = program->tab->menu()->allButtons();
         for (int row = 2; row <= 6; ++row) { // Android, Windows CE, Linux, User bin, and its install page
             if (row < 6)
