@@ -596,6 +596,8 @@ private Q_SLOTS:
                 && program->tab->rect().contains(program->page()->geometry()));
         QTest::mouseClick(rows.at(6), Qt::LeftButton);
         QVERIFY(program->page() && !rows.at(6)->isEnabled() && rows.at(3)->isEnabled() && !tabs.at(0)->isEnabled());
+        QTest::mouseClick(rows.at(0), Qt::LeftButton); // and back to the board's own page
+        QCOMPARE(program->tab->visibleView(), program->tab->homeView());
 
         window.move(100, 100);
         const QPoint start = window.pos();
