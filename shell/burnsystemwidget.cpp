@@ -58,29 +58,29 @@ QWidget *BurnSystemWidget::visibleView() const
     return nullptr;
 }
 
-TConfigView *BurnSystemWidget::builtConfigView(int kind) const
+TConfigView *const *BurnSystemWidget::pageSlot(int kind) const
 {
     switch (kind) {
-    case 0: return androidView;
-    case 1: return linuxView;
-    case 2: return winCEView;
-    case 3: return nonOSViewRun;
-    case 4: return nonOSViewInstall;
+    case 0: return &androidView;
+    case 1: return &linuxView;
+    case 2: return &winCEView;
+    case 3: return &nonOSViewRun;
+    case 4: return &nonOSViewInstall;
     default: return nullptr;
     }
 }
 
+TConfigView *BurnSystemWidget::builtConfigView(int kind) const
+{
+    TConfigView *const *slot = pageSlot(kind);
+    return slot ? *slot : nullptr;
+}
+
 TConfigView *BurnSystemWidget::configView(int kind)
 {
-    TConfigView **slot = nullptr;
-    switch (kind) {
-    case 0: slot = &androidView; break;
-    case 1: slot = &linuxView; break;
-    case 2: slot = &winCEView; break;
-    case 3: slot = &nonOSViewRun; break;
-    case 4: slot = &nonOSViewInstall; break;
-    default: return nullptr;
-    }
+    auto **slot = const_cast<TConfigView **>(pageSlot(kind));
+    if (!slot)
+        return nullptr;
     if (*slot)
         return *slot;
 
@@ -126,21 +126,11 @@ void BurnSystemWidget::adopt(QWidget *view)
 
 QWidget *BurnSystemWidget::lateView(const QString &name)
 {
-    QWidget *view = nullptr;
-    if (name == QLatin1String("aboutView")) {
-        if (!about)
-            view = about = new TAboutView(this);
-        else
-            return about;
-    } else if (name == QLatin1String("languageSettingView")) {
-        if (!language)
-            view = language = new TLanguageSettingView(this);
-        else
-            return language;
-    }
-    if (view)
-        adopt(view);
-    return view;
+    if (name == QLatin1String("aboutView") && !about)
+        adopt(about = new TAboutView(this));
+    else if (name == QLatin1String("languageSettingView") && !language)
+        adopt(language = new TLanguageSettingView(this));
+    return name == QLatin1String("aboutView") ? static_cast<QWidget *>(about) : language;
 }
 
 void BurnSystemWidget::remember(const PageEvent &event)

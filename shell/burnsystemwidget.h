@@ -64,11 +64,14 @@ private:
 
     bool boardPresent() const;
     TConfigView *builtConfigView(int kind) const;
+    // Where the page of `kind` is kept; null for a kind that has no page.
+    TConfigView *const *pageSlot(int kind) const;
     bool allPagesBuilt() const;
     // Where every view lies inside the tab of `size`: right of the menu.
     static QRect viewRect(const QSize &size);
     // Takes in a view built late: hidden, in its place, and laid out with the others.
     void adopt(QWidget *view);
+    // The about view for "aboutView", else the language view; built when first asked for.
     QWidget *lateView(const QString &name);
     void remember(const PageEvent &event);
     void handOver(TConfigView *page, const PageEvent &event);
